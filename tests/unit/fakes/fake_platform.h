@@ -1,0 +1,55 @@
+// Scriptable stand-in for the platform and LED libraries in the unit tests.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "veklog_items.h"
+
+namespace fake {
+
+struct LogMessage {
+    std::string source;
+    int line;
+    uint32_t id;
+    uint32_t severity;
+    uint32_t facility;
+    std::vector<vekpf::LogItem> items;
+};
+
+struct LedCall {
+    int port, pattern, arg3, arg4;
+};
+
+struct Platform {
+    std::recursive_mutex lock;
+    int physIntfCount = 4;
+    std::array<unsigned char, 6> baseMac{0x02, 0x00, 0x00, 0x00, 0x00, 0x10};
+    std::map<int, int> uspToPhysical;  // usp port n -> physical; missing: conversion fails
+    std::map<int, uint32_t> portType;  // usp port -> platform type (default 0)
+    std::map<int, uint32_t> sfpSignal; // usp port -> signal detect
+    int spiUpdateResult = 0;
+    int sfpReadResult = 0;
+    uint32_t portCount = 4;
+    int portCountResult = 0;
+    int cacheInitResult = 0;
+    int preInitPorts = -1;
+    std::vector<int> paramInitArgs;
+    std::string paramInitName;
+    std::vector<LogMessage> messages;
+    std::vector<LedCall> leds;
+    int semaphoresCreated = 0;
+    bool semaphoreCreateFails = false;
+
+    bool has_message(uint32_t id) const;
+};
+
+Platform &platform();
+// Default board: four front ports with usp n mapped to physical n.
+void reset_platform();
+
+}  // namespace fake

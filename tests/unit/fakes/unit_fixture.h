@@ -1,0 +1,28 @@
+// Base fixture of the unit tests: a clean fake OS and platform per test.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "fake_os.h"
+#include "fake_platform.h"
+
+class UnitTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        fake::reset();
+        fake::reset_platform();
+    }
+    fake::Os &os() { return fake::os(); }
+    fake::Platform &platform() { return fake::platform(); }
+
+    // The board's four front ports as interfaces 1..4 named port00..port03.
+    void add_front_interfaces(int count = 4)
+    {
+        for (int n = 1; n <= count; ++n) {
+            char name[16];
+            std::snprintf(name, sizeof name, "port%02u", static_cast<unsigned>(n - 1));
+            fake::add_interface(name, static_cast<unsigned>(n));
+        }
+    }
+};
