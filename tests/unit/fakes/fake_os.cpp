@@ -30,6 +30,7 @@ void reset()
     g_os->console.clear();
     g_os->consoleMissing = false;
     g_os->files.clear();
+    g_os->fileWrites.clear();
     g_os->unwritableFiles.clear();
     g_os->interfaces.clear();
     g_os->socketsOpen = 0;
@@ -211,6 +212,7 @@ bool console_write(const char *text)
 int write_file(const char *path, const char *text)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    os().fileWrites.emplace_back(path);
     const auto &bad = os().unwritableFiles;
     if (std::find(bad.begin(), bad.end(), path) != bad.end()) {
         errno = EACCES;

@@ -15,6 +15,7 @@ namespace fake {
 struct LogLine {
     int priority;
     std::string text;
+    bool operator==(const LogLine &) const = default;
 };
 
 struct Interface {
@@ -41,6 +42,7 @@ struct Os {
     bool consoleMissing = false;
 
     std::map<std::string, std::string> files;  // write_file: path -> last text
+    std::vector<std::string> fileWrites;       // write_file: paths, in order, failures too
     std::vector<std::string> unwritableFiles;
 
     std::vector<Interface> interfaces;
