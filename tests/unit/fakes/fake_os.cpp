@@ -159,6 +159,10 @@ int ioctl(int fd, unsigned long request, void *arg)
         req->ifr_flags = iface->flags;
         return 0;
     case SIOCSIFFLAGS:
+        if (iface->failSetFlags) {
+            errno = EPERM;
+            return -1;
+        }
         iface->flags = req->ifr_flags;
         return 0;
     default:

@@ -23,6 +23,7 @@ struct Interface {
     unsigned char hwaddr[6] = {};
     short flags = 0;  // IFF_*
     bool failHwaddr = false;
+    bool failSetFlags = false;  // SIOCSIFFLAGS answers EPERM
 };
 
 struct Os {
