@@ -112,7 +112,7 @@ extern "C" HAPI_API int32_t vekNetlinkNotifyInit(int32_t numPorts) noexcept
     // A second open would steal port 1001 from the running channel.
     if (ch.socket)
         return -1;
-    auto *table = static_cast<vekNotifyIfEntry *>(std::calloc(static_cast<size_t>(numPorts), sizeof *table));
+    auto *table = static_cast<vekNotifyIfEntry *>(std::calloc(static_cast<size_t>(numPorts), sizeof(vekNotifyIfEntry)));
     if (!table)
         return -1;
     std::free(ch.table);
