@@ -36,6 +36,8 @@ void reset()
     g_os->socketsOpen = 0;
     g_os->socketsOpened = 0;
     g_os->socketFails = false;
+    g_os->socketCalls.clear();
+    g_os->bindHook = nullptr;
     g_os->ioctlHook = nullptr;
 }
 
@@ -115,9 +117,10 @@ void syslog(int priority, const char *format, ...)
     os().logs.push_back({priority, text});
 }
 
-int socket(int, int, int)
+int socket(int domain, int type, int protocol)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    os().socketCalls.push_back({domain, type, protocol});
     if (os().socketFails) {
         errno = EMFILE;
         return -1;
@@ -134,6 +137,14 @@ int close(int fd)
         return -1;
     --os().socketsOpen;
     return 0;
+}
+
+int bind(int fd, const struct sockaddr *address, socklen_t length)
+{
+    std::unique_lock<std::recursive_mutex> guard(os().lock);
+    auto hook = os().bindHook;
+    guard.unlock();
+    return hook ? hook(fd, address, length) : 0;
 }
 
 int ioctl(int fd, unsigned long request, void *arg)
@@ -160,6 +171,10 @@ int ioctl(int fd, unsigned long request, void *arg)
         req->ifr_flags = iface->flags;
         return 0;
     case SIOCSIFFLAGS:
+        if (iface->failSetFlags) {
+            errno = EPERM;
+            return -1;
+        }
         iface->flags = req->ifr_flags;
         return 0;
     default:

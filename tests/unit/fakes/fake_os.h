@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <sys/socket.h>
 #include <vector>
 
 namespace fake {
@@ -24,6 +25,7 @@ struct Interface {
     unsigned char hwaddr[6] = {};
     short flags = 0;  // IFF_*
     bool failHwaddr = false;
+    bool failSetFlags = false;  // SIOCSIFFLAGS answers EPERM
 };
 
 struct Os {
@@ -48,6 +50,12 @@ struct Os {
     int socketsOpen = 0;
     int socketsOpened = 0;
     bool socketFails = false;
+    struct SocketCall {
+        int domain, type, protocol;
+    };
+    std::vector<SocketCall> socketCalls;
+    // bind(): default success; the hook sees every call.
+    std::function<int(int fd, const sockaddr *address, socklen_t length)> bindHook;
     // Handles SIOCETHTOOL (and any request not modelled here); -1 with errno when unset.
     std::function<int(int fd, unsigned long request, void *arg)> ioctlHook;
 
