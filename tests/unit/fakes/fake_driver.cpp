@@ -133,10 +133,10 @@ void install_driver()
     std::lock_guard<std::recursive_mutex> guard(os().lock);
     os().ioctlHook = ethtool_ioctl;
     os().shellHook = [](const std::string &command) {
-        if (command.rfind("ethtool -s ", 0) == 0)
-            return run_ethtool(command);
-        auto it = os().shellResult.find(command);
-        return it == os().shellResult.end() ? 0 : it->second;
+        auto it = os().shellResult.find(command);  // a scripted result wins
+        if (it != os().shellResult.end())
+            return it->second;
+        return command.rfind("ethtool -s ", 0) == 0 ? run_ethtool(command) : 0;
     };
 }
 

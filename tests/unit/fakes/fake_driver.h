@@ -41,7 +41,8 @@ struct Driver {
 Driver &driver();
 
 // Serves SIOCETHTOOL through fake::os().ioctlHook and "ethtool -s" commands
-// through its shellHook (other commands keep fake::os().shellResult).
+// through its shellHook; a command scripted in fake::os().shellResult keeps
+// that result and does not reach the driver.
 void install_driver();
 
 // A driver port for an existing fake interface: 1000 Mb/s full duplex,
