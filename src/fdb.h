@@ -23,6 +23,13 @@ extern vekL2AddrEntry *g_scratch;
 // One dump message against the shadow table: NL_OK or NL_SKIP.
 int match_neigh_message(nl_msg *msg);
 
+// The callback set's receive step for the dump, with buffers of its own:
+// false when they cannot be allocated. Released with the socket.
+bool dump_receiver_attach(nl_cb *callbacks);
+void dump_receiver_release();
+// Sequence number of the dump request whose replies are wanted.
+void dump_receiver_expect(uint32_t seq);
+
 // Writes value with "%lu\n" to an existing file: 0, or -1.
 int vekSysfsWriteValue(const char *path, unsigned long value);
 // Writes 1 to the bridge's flush file: 0, or -1.

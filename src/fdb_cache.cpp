@@ -26,6 +26,7 @@ void drop_socket()
     nl_close(g_neighSocket);
     nl_socket_free(g_neighSocket);
     g_neighSocket = nullptr;
+    dump_receiver_release();
 }
 
 }  // namespace
@@ -47,12 +48,15 @@ extern "C" HAPI_API int vekNetlinkL2NeighCacheInit(void) noexcept
         return -1;
     }
     nl_cb *callbacks = nl_cb_alloc(NL_CB_CUSTOM);
-    if (!callbacks) {
+    if (!callbacks || !dump_receiver_attach(callbacks)) {
+        if (callbacks)
+            nl_cb_put(callbacks);
         drop_socket();
         return -1;
     }
     nl_cb_set(callbacks, NL_CB_MSG_IN, NL_CB_CUSTOM, vekNetlinkL2NeighMsgValidCB, nullptr);
-    nl_cb_put(g_neighCallbacks);
+    if (g_neighCallbacks)
+        nl_cb_put(g_neighCallbacks);
     g_neighCallbacks = callbacks;
     return 0;
 }

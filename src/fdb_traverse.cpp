@@ -33,8 +33,10 @@ extern "C" HAPI_API void vekNetlinkL2NeighDump(void) noexcept
     ndmsg header{};
     header.ndm_family = AF_BRIDGE;
     if (nlmsg_append(request, &header, sizeof header, NLMSG_ALIGNTO) == 0 && g_neighSocket &&
-        nl_send_auto(g_neighSocket, request) >= 0 && g_neighCallbacks)
+        nl_send_auto(g_neighSocket, request) >= 0 && g_neighCallbacks) {
+        dump_receiver_expect(nlmsg_hdr(request)->nlmsg_seq);
         nl_recvmsgs(g_neighSocket, g_neighCallbacks);
+    }
     nlmsg_free(request);
 }
 
