@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdio>
+#include <sys/socket.h>
 
 namespace hapi::os {
 
@@ -14,6 +15,7 @@ void syslog(int priority, const char *format, ...) __attribute__((format(printf,
 
 int socket(int domain, int type, int protocol);
 int close(int fd);
+int bind(int fd, const struct sockaddr *address, socklen_t length);
 int ioctl(int fd, unsigned long request, void *arg);  // ethtool, flags, hardware address
 char *if_indextoname(unsigned index, char *name);
 unsigned if_nametoindex(const char *name);

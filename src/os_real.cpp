@@ -31,6 +31,11 @@ int socket(int domain, int type, int protocol) { return ::socket(domain, type, p
 
 int close(int fd) { return ::close(fd); }
 
+int bind(int fd, const struct sockaddr *address, socklen_t length)
+{
+    return ::bind(fd, address, length);
+}
+
 int ioctl(int fd, unsigned long request, void *arg) { return ::ioctl(fd, request, arg); }
 
 char *if_indextoname(unsigned index, char *name) { return ::if_indextoname(index, name); }

@@ -27,6 +27,14 @@ int logical_of(int physical)
     return kNoPort;
 }
 
+int front_port_of(int ifindex)
+{
+    if (ifindex <= 0 || ifindex > INT16_MAX)
+        return kNoPort;
+    const int logical = logical_of(ifindex);
+    return logical >= 1 && logical <= HAPI_FRONT_PORT_COUNT ? logical : kNoPort;
+}
+
 bool front_ifname(int logical, char (&name)[HAPI_IFNAME_SIZE])
 {
     const int physical = physical_of(logical);

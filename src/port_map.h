@@ -19,6 +19,10 @@ int physical_of(int logical);
 // First logical port whose in-use map entry holds physical; -1 when none.
 int logical_of(int physical);
 
+// Front port (1..4) whose device has this kernel interface index; -1 when
+// the index is no front port's.
+int front_port_of(int ifindex);
+
 // Interface name of a front port (logical 1..95) through the map; false when
 // the port is unmapped or the kernel knows no such index.
 bool front_ifname(int logical, char (&name)[HAPI_IFNAME_SIZE]);

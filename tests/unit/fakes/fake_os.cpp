@@ -30,11 +30,14 @@ void reset()
     g_os->console.clear();
     g_os->consoleMissing = false;
     g_os->files.clear();
+    g_os->fileWrites.clear();
     g_os->unwritableFiles.clear();
     g_os->interfaces.clear();
     g_os->socketsOpen = 0;
     g_os->socketsOpened = 0;
     g_os->socketFails = false;
+    g_os->socketCalls.clear();
+    g_os->bindHook = nullptr;
     g_os->ioctlHook = nullptr;
 }
 
@@ -114,9 +117,10 @@ void syslog(int priority, const char *format, ...)
     os().logs.push_back({priority, text});
 }
 
-int socket(int, int, int)
+int socket(int domain, int type, int protocol)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    os().socketCalls.push_back({domain, type, protocol});
     if (os().socketFails) {
         errno = EMFILE;
         return -1;
@@ -133,6 +137,14 @@ int close(int fd)
         return -1;
     --os().socketsOpen;
     return 0;
+}
+
+int bind(int fd, const struct sockaddr *address, socklen_t length)
+{
+    std::unique_lock<std::recursive_mutex> guard(os().lock);
+    auto hook = os().bindHook;
+    guard.unlock();
+    return hook ? hook(fd, address, length) : 0;
 }
 
 int ioctl(int fd, unsigned long request, void *arg)
@@ -159,6 +171,10 @@ int ioctl(int fd, unsigned long request, void *arg)
         req->ifr_flags = iface->flags;
         return 0;
     case SIOCSIFFLAGS:
+        if (iface->failSetFlags) {
+            errno = EPERM;
+            return -1;
+        }
         iface->flags = req->ifr_flags;
         return 0;
     default:
@@ -207,6 +223,7 @@ bool console_write(const char *text)
 int write_file(const char *path, const char *text)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    os().fileWrites.emplace_back(path);
     const auto &bad = os().unwritableFiles;
     if (std::find(bad.begin(), bad.end(), path) != bad.end()) {
         errno = EACCES;

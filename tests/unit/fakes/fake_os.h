@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <sys/socket.h>
 #include <vector>
 
 namespace fake {
@@ -15,6 +16,7 @@ namespace fake {
 struct LogLine {
     int priority;
     std::string text;
+    bool operator==(const LogLine &) const = default;
 };
 
 struct Interface {
@@ -23,6 +25,7 @@ struct Interface {
     unsigned char hwaddr[6] = {};
     short flags = 0;  // IFF_*
     bool failHwaddr = false;
+    bool failSetFlags = false;  // SIOCSIFFLAGS answers EPERM
 };
 
 struct Os {
@@ -40,12 +43,19 @@ struct Os {
     bool consoleMissing = false;
 
     std::map<std::string, std::string> files;  // write_file: path -> last text
+    std::vector<std::string> fileWrites;       // write_file: paths, in order, failures too
     std::vector<std::string> unwritableFiles;
 
     std::vector<Interface> interfaces;
     int socketsOpen = 0;
     int socketsOpened = 0;
     bool socketFails = false;
+    struct SocketCall {
+        int domain, type, protocol;
+    };
+    std::vector<SocketCall> socketCalls;
+    // bind(): default success; the hook sees every call.
+    std::function<int(int fd, const sockaddr *address, socklen_t length)> bindHook;
     // Handles SIOCETHTOOL (and any request not modelled here); -1 with errno when unset.
     std::function<int(int fd, unsigned long request, void *arg)> ioctlHook;
 

@@ -7,11 +7,13 @@
 
 #include "platform/vekled.h"
 #include "platform/vekplatform.h"
+#include "shadow_order.h"
 
 namespace fake {
 
 namespace {
 Platform *g_platform = new Platform;  // outlives threads still running at exit
+vekShadowTable *g_shadow = new vekShadowTable;
 }
 
 Platform &platform() { return *g_platform; }
@@ -37,7 +39,12 @@ void reset_platform()
     p.leds.clear();
     p.semaphoresCreated = 0;
     p.semaphoreCreateFails = false;
+    std::memset(g_shadow, 0, sizeof *g_shadow);
+    shadowTbl = g_shadow;
+    shadowTblChanged = 0;
 }
+
+vekShadowTable &shadow_table() { return *g_shadow; }
 
 bool Platform::has_message(uint32_t id) const
 {
@@ -183,18 +190,7 @@ int veklog_throwMsg(const char *sourceFile, int line, uint32_t messageId, uint32
     return 0;
 }
 
-// MAC address, then VLAN ID, as the board's platform orders the table.
-int vekCompareMacEntries2(const void *a, const void *b)
-{
-    const auto *x = static_cast<const unsigned char *>(a);
-    const auto *y = static_cast<const unsigned char *>(b);
-    if (int c = std::memcmp(x + 4, y + 4, 6))
-        return c;
-    uint16_t vx, vy;
-    std::memcpy(&vx, x + 10, 2);
-    std::memcpy(&vy, y + 10, 2);
-    return vx < vy ? -1 : (vx > vy ? 1 : 0);
-}
+int vekCompareMacEntries2(const void *a, const void *b) { return vekpf::compare_shadow_entries(a, b); }
 
 void *vekFdbSyncShadowFdbThread(void *) { return nullptr; }
 

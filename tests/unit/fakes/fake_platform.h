@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/vekfdbshadow.h"
 #include "veklog_items.h"
 
 namespace fake {
@@ -49,7 +50,9 @@ struct Platform {
 };
 
 Platform &platform();
-// Default board: four front ports with usp n mapped to physical n.
+// Default board: four front ports with usp n mapped to physical n, and an
+// empty FDB shadow table that shadowTbl points to.
 void reset_platform();
+vekShadowTable &shadow_table();
 
 }  // namespace fake
