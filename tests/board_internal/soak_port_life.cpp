@@ -2,12 +2,6 @@
 // scan, while another thread reads statistics and links and a third
 // disables and re-enables the ports not being flapped. Run under ASan/LSan
 // and TSan too. Label "soak": not part of the default suite.
-#include <fcntl.h>
-#include <net/if.h>
-#include <sched.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
-
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -15,6 +9,7 @@
 #include <thread>
 
 #include "port_life_board.h"
+#include "station_cable.h"
 
 using namespace std::chrono_literals;
 using namespace port_life;
@@ -23,41 +18,6 @@ namespace {
 
 constexpr int kFlaps = 1000;
 constexpr auto kSeenWithin = 5s;  // generous: sanitizers on a busy 2-core machine
-
-// A datagram socket opened inside station n's namespace: interface ioctls on
-// it act on the station's eth0, the far end of front port n, without a fork.
-class StationCable {
-public:
-    explicit StationCable(int n)
-    {
-        const std::string path = "/run/netns/hb-" + board::name() + "-s" + std::to_string(n);
-        std::thread([&] {
-            const int ns = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-            if (ns >= 0 && ::setns(ns, CLONE_NEWNET) == 0)
-                fd_ = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-            if (ns >= 0)
-                ::close(ns);
-        }).join();
-    }
-    ~StationCable()
-    {
-        if (fd_ >= 0)
-            ::close(fd_);
-    }
-    bool ok() const { return fd_ >= 0; }
-    bool plug(bool in)
-    {
-        ifreq req{};
-        std::strncpy(req.ifr_name, "eth0", IFNAMSIZ - 1);
-        if (::ioctl(fd_, SIOCGIFFLAGS, &req) != 0)
-            return false;
-        req.ifr_flags = static_cast<short>(in ? (req.ifr_flags | IFF_UP) : (req.ifr_flags & ~IFF_UP));
-        return ::ioctl(fd_, SIOCSIFFLAGS, &req) == 0;
-    }
-
-private:
-    int fd_ = -1;
-};
 
 TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
 {
