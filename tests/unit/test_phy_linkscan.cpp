@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "port_life_fixture.h"
 #include "veksys_all.h"
 
@@ -123,7 +125,7 @@ TEST_F(LinkScan, PreviousStatesCoverEveryPortBelowNumOfPorts)
 
 TEST_F(LinkScan, MissingTableEndsTheScan)
 {
-    portSettings = nullptr;
+    std::free(std::exchange(portSettings, nullptr));
     EXPECT_FALSE(hapi::phy::linkscan_pass());
     EXPECT_EQ(hapiPhyReturnLastError(), -17);
     EXPECT_EQ(reports("PHY struct is NULL").size(), 1u);
