@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <iterator>
 #include <sstream>
 #include <thread>
@@ -63,12 +64,12 @@ double other_threads_cpu_ms()
 
 double ms_since(Clock::time_point t) { return std::chrono::duration<double, std::milli>(Clock::now() - t).count(); }
 
-// Time from `act` until linkState of `port` is `wanted`, polled every 200 us; -1 after 10 s.
+// Time from the end of `act` (the change) until linkState of `port` is `wanted`, polled every 200 us; -1 after 10 s.
 template <class Act>
 double detection_ms(int port, uint32_t wanted, Act act)
 {
-    const Clock::time_point start = Clock::now();
     act();
+    const Clock::time_point start = Clock::now();
     while (port_life::link_state(port) != wanted) {
         if (ms_since(start) > 10000)
             return -1;
@@ -123,11 +124,18 @@ void flaps(benchmark::State &state, int port, const char *name)
         state.SkipWithError("cannot reach the station");
         return;
     }
+    // Changes at a random point of the scan period, not right after a pass.
+    std::mt19937 random(12345);
+    std::uniform_int_distribution<int> offsetMs(0, 2500);
+    auto after_offset = [&](bool in) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(offsetMs(random)));
+        cable.plug(in);
+    };
     for (auto _ : state) {
         std::vector<double> down, up;
         for (int i = 0; i < kFlaps; ++i) {
-            down.push_back(detection_ms(port, HAPI_LINK_DOWN, [&] { cable.plug(false); }));
-            up.push_back(detection_ms(port, HAPI_LINK_UP, [&] { cable.plug(true); }));
+            down.push_back(detection_ms(port, HAPI_LINK_DOWN, [&] { after_offset(false); }));
+            up.push_back(detection_ms(port, HAPI_LINK_UP, [&] { after_offset(true); }));
         }
         report(state, std::string(name) + "_down", down);
         report(state, std::string(name) + "_up", up);

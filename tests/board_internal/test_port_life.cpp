@@ -63,6 +63,10 @@ TEST_F(PortLifeBoard, SfpPortFollowsItsSignalOnlyWhileTheLinkIsUp)
         EXPECT_TRUE(board::wait_until([&] { return link_state(kSfpPort) == wanted; }, 1s)) << "signal " << signal;
     }
 
+    // One scan pass with the link up and the signal present, so the scan's
+    // previous state is up again and the link drop parks the thread.
+    const size_t before = link_states(kSfpPort).size();
+    ASSERT_TRUE(board::wait_until([&] { return link_states(kSfpPort).size() > before; }, kScanDeadline));
     ASSERT_TRUE(board::link(kSfpPort, false));
     ASSERT_TRUE(board::wait_until([] { return link_state(kSfpPort) == HAPI_LINK_DOWN; }, kScanDeadline));
     // Parked: with the signal present a polling thread would raise the link

@@ -62,6 +62,12 @@ TEST_F(SfpThread, FollowsTheSignalWhileTheLinkIsUp)
     set_signal(0);
     EXPECT_TRUE(eventually([] { return link_state() == HAPI_LINK_DOWN; }));
 
+    // The scan compares with the link the port last held, which the thread
+    // sets: with the signal back, the next pass keeps it up.
+    set_signal(1);
+    ASSERT_TRUE(eventually([] { return link_state() == HAPI_LINK_UP; }));
+    ASSERT_TRUE(hapi::phy::linkscan_pass());
+    set_signal(0);
     {
         std::lock_guard guard(fake::driver().lock);
         port(3).link = 0;
