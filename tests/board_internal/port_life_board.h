@@ -22,18 +22,19 @@ namespace port_life {
 
 inline constexpr int kSfpPort = 3;
 
-// Link callback calls seen by the test: (physical port, state).
+// Link callback calls seen by the test: (physical port, state). Never
+// destroyed: the library's threads call back until the process ends.
 struct LinkCall {
     uint32_t physical, state;
 };
 inline std::mutex &calls_lock()
 {
-    static std::mutex m;
+    static std::mutex &m = *new std::mutex;
     return m;
 }
 inline std::vector<LinkCall> &link_calls()
 {
-    static std::vector<LinkCall> calls;
+    static std::vector<LinkCall> &calls = *new std::vector<LinkCall>;
     return calls;
 }
 inline int record_link(uint32_t, uint32_t physical, uint32_t state)
