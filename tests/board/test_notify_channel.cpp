@@ -1,4 +1,4 @@
-#include "notify_netns_fixture.h"
+#include "notify_board_fixture.h"
 
 namespace {
 
