@@ -50,7 +50,8 @@ int boardsim(std::vector<std::string> args, bool quiet = false)
     return spawn(std::move(args), quiet);
 }
 
-// Boards t<pid> whose test process is gone were left by a killed run.
+// Boards t<pid> (and t<pid>-<more>, made by a test) whose test process is
+// gone were left by a killed run.
 void sweep_stale_boards()
 {
     DIR *dir = ::opendir(kRunRoot);
@@ -59,7 +60,9 @@ void sweep_stale_boards()
     std::vector<std::string> stale;
     while (dirent *e = ::readdir(dir)) {
         const std::string n = e->d_name;
-        if (n.size() < 2 || n[0] != 't' || n.find_first_not_of("0123456789", 1) != std::string::npos)
+        const size_t digits_end = n.find_first_not_of("0123456789", 1);
+        if (n.size() < 2 || n[0] != 't' || digits_end == 1 ||
+            (digits_end != std::string::npos && n[digits_end] != '-'))
             continue;
         const long pid = std::strtol(n.c_str() + 1, nullptr, 10);
         if (::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH)

@@ -84,7 +84,7 @@ TEST_F(BoardTest, SfpSignalFollowsTheSubCommand)
 
 TEST_F(BoardTest, BoardsOfDifferentNamesLiveSideBySide)
 {
-    const std::string other = "side" + board::name();
+    const std::string other = board::name() + "-side";
     const std::string sim = HAPI_BOARDSIM;
     ASSERT_EQ(board::run(sim + " up " + other).status, 0);
     // Idempotent: a second up leaves the running board as it is.
