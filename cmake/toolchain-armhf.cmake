@@ -14,9 +14,11 @@ set(CMAKE_LIBRARY_ARCHITECTURE ${HAPI_CROSS_TRIPLET})
 set(ENV{PKG_CONFIG_LIBDIR} /usr/lib/${HAPI_CROSS_TRIPLET}/pkgconfig:/usr/share/pkgconfig)
 set(ENV{PKG_CONFIG_PATH} "")
 
-# The cross C library is the emulator's root; the multiarch libraries are
-# found by qemu's fallback to the host's own paths.
-set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L /usr/${HAPI_CROSS_TRIPLET})
+# The multiarch root is the emulator's: its loader, C library and C++ runtime
+# come from one release. The cross toolchain's own libc under
+# /usr/arm-linux-gnueabihf may be older than the multiarch one, and a loader
+# of one with the other's libc crashes in the first pthread_create.
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm-static -L /)
 
 # Every object is built by this one compiler, so GCC 7.1's change to how
 # ARM passes some aggregates (the -Wpsabi note) concerns no caller of ours.

@@ -16,7 +16,9 @@ namespace hapi::notify {
 
 Channel &channel()
 {
-    static Channel instance;
+    // Never destroyed: the receive thread runs until the process ends, and
+    // destroying a joinable std::thread at exit would abort the process.
+    static Channel &instance = *new Channel;
     return instance;
 }
 

@@ -36,6 +36,11 @@ int shared_request(const char *ifname, void *record) noexcept;
 // shared_request under context_lock(); errno is left as the ioctl set it.
 int exclusive_request(const char *ifname, void *record) noexcept;
 
+// exclusive_request to the interface an index names, logging in the
+// "@ %s, %s, %d" forms: an unknown index goes on with an empty name (and
+// fails); a failed request logs errno. 0, or -18.
+int indexed_request(uint32_t ifindex, void *record, const char *step) noexcept;
+
 // vekprv_getstats for a caller that already holds context_lock().
 int getstats_locked(const char *ifname) noexcept;
 
@@ -44,10 +49,11 @@ using RegisterWords = std::array<uint32_t, VEKETH_REGS_WORDS>;
 // so the words belong to ifname whatever other thread fetches: 0, or 2.
 int fetch_dump(const char *ifname, RegisterWords &words) noexcept;
 
-// Owns a per-call AF_INET/SOCK_DGRAM socket; fd() < 0 when none could be had.
+// Owns a per-call AF_INET/SOCK_DGRAM socket; fd() < 0 when none could be
+// had, which is logged as "Unable to create socket" for step and line.
 class DatagramSocket {
 public:
-    DatagramSocket() noexcept;
+    DatagramSocket(const char *step, int line) noexcept;
     ~DatagramSocket();
     DatagramSocket(const DatagramSocket &) = delete;
     DatagramSocket &operator=(const DatagramSocket &) = delete;

@@ -42,7 +42,26 @@ int exclusive_request(const char *ifname, void *record) noexcept
     return shared_request(ifname, record);
 }
 
-DatagramSocket::DatagramSocket() noexcept : fd_(os::socket(AF_INET, SOCK_DGRAM, 0)) {}
+int indexed_request(uint32_t ifindex, void *record, const char *step) noexcept
+{
+    char name[IFNAMSIZ] = {};
+    if (!os::if_indextoname(ifindex, name)) {
+        os::syslog(LOG_ERR, msg::kNoIndexPath, kSourcePath, step, __LINE__);
+        name[0] = '\0';
+    }
+    if (exclusive_request(name, record) != 0) {
+        const int err = errno;
+        os::syslog(LOG_ERR, msg::kIoctlErrno, err, std::strerror(err), kSourcePath, step, __LINE__);
+        return -18;
+    }
+    return 0;
+}
+
+DatagramSocket::DatagramSocket(const char *step, int line) noexcept : fd_(os::socket(AF_INET, SOCK_DGRAM, 0))
+{
+    if (fd_ < 0)
+        os::syslog(LOG_ERR, msg::kNoSocket, step, line);
+}
 
 DatagramSocket::~DatagramSocket()
 {

@@ -54,21 +54,8 @@ HAPI_API int vekprv_getstats(const char *ifname) noexcept
 
 HAPI_API int veketh_reset_stats(uint32_t ifindex) noexcept
 {
-    constexpr const char *kStep = "veketh_reset_stats";
     constexpr uint32_t kClearCounters = 0x52;  // the port driver's private command
-
-    char name[IFNAMSIZ] = {};
-    if (!os::if_indextoname(ifindex, name)) {
-        os::syslog(LOG_ERR, eth::msg::kNoIndexPath, eth::kSourcePath, kStep, __LINE__);
-        name[0] = '\0';  // the request then fails on the empty name
-    }
     ethtool_value clear = {};
     clear.cmd = kClearCounters;
-    if (eth::exclusive_request(name, &clear) != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kIoctlErrno, err, std::strerror(err), eth::kSourcePath, kStep,
-                   __LINE__);
-        return -18;
-    }
-    return 0;
+    return eth::indexed_request(ifindex, &clear, "veketh_reset_stats");
 }

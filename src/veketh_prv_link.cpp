@@ -16,11 +16,9 @@ HAPI_API int veketh_port_enable_set(uint32_t ifindex, int32_t enable) noexcept
     char name[IFNAMSIZ] = {};
     if (!eth::port_name(ifindex, name, kStep, __LINE__))
         return -18;
-    eth::DatagramSocket sock;
-    if (sock.fd() < 0) {
-        os::syslog(LOG_ERR, eth::msg::kNoSocket, kStep, __LINE__);
+    eth::DatagramSocket sock(kStep, __LINE__);
+    if (sock.fd() < 0)
         return -1;
-    }
     ifreq req = {};
     eth::copy_ifname(req.ifr_name, name);
     const int r = enable ? vekset_intf_up(sock.fd(), &req) : vekset_intf_down(sock.fd(), &req);
@@ -39,21 +37,12 @@ HAPI_API int veketh_port_link_status_get(uint32_t ifindex, uint32_t *link) noexc
     if (!eth::output_given(link, kStep, __LINE__))
         return -4;
     *link = 0;  // a failed read stands for link down
-    char name[IFNAMSIZ] = {};
-    if (!os::if_indextoname(ifindex, name)) {
-        os::syslog(LOG_ERR, eth::msg::kNoIndexPath, eth::kSourcePath, kStep, __LINE__);
-        name[0] = '\0';  // the request then fails on the empty name
-    }
     ethtool_value value = {};
     value.cmd = ETHTOOL_GLINK;
-    if (eth::exclusive_request(name, &value) != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kIoctlErrno, err, std::strerror(err), eth::kSourcePath, kStep,
-                   __LINE__);
-        return -18;
-    }
-    *link = value.data;
-    return 0;
+    const int r = eth::indexed_request(ifindex, &value, kStep);
+    if (r == 0)
+        *link = value.data;
+    return r;
 }
 
 HAPI_API int veketh_linkscan_register(void *(*handler)(void *)) noexcept

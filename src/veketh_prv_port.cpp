@@ -16,15 +16,19 @@ constexpr uint8_t kPortOther = 0xFF;   // PORT_OTHER
 enum class Mask { Advertised, Supported };
 
 // Prologue and settings read shared by the getters: 0 with cmd filled, or the
-// operation's result.
-int read_port(uint32_t ifindex, const void *out, ethtool_cmd &cmd, const char *step, int line)
+// operation's result. `readFailed`, when given, is logged after a failed read.
+int read_port(uint32_t ifindex, const void *out, ethtool_cmd &cmd, const char *step, int line,
+              const char *readFailed = nullptr)
 {
     if (!eth::output_given(out, step, line))
         return -4;
     char name[IFNAMSIZ] = {};
     if (!eth::port_name(ifindex, name, step, line))
         return -18;
-    return vekget_intf_settings(name, &cmd);
+    const int r = vekget_intf_settings(name, &cmd);
+    if (r != 0 && readFailed)
+        os::syslog(LOG_ERR, readFailed, step, line);
+    return r;
 }
 
 int read_mask(uint32_t ifindex, uint32_t *out, Mask which, const char *step, int line)
@@ -60,11 +64,8 @@ HAPI_API int veketh_port_speed_get(uint32_t ifindex, uint32_t *speed) noexcept
 
 HAPI_API int veketh_port_duplex_get(uint32_t ifindex, uint32_t *duplex) noexcept
 {
-    constexpr const char *kStep = "veketh_port_duplex_get";
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, duplex, cmd, kStep, __LINE__);
-    if (r == -1)
-        os::syslog(LOG_ERR, eth::msg::kNoMedium, kStep, __LINE__);
+    const int r = read_port(ifindex, duplex, cmd, "veketh_port_duplex_get", __LINE__, eth::msg::kNoMedium);
     if (r == 0)
         *duplex = cmd.duplex == DUPLEX_HALF ? 0 : 1;  // unknown counts as full
     return r;
@@ -72,11 +73,8 @@ HAPI_API int veketh_port_duplex_get(uint32_t ifindex, uint32_t *duplex) noexcept
 
 HAPI_API int veketh_port_medium_get(uint32_t ifindex, uint32_t *medium) noexcept
 {
-    constexpr const char *kStep = "veketh_port_medium_get";
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, medium, cmd, kStep, __LINE__);
-    if (r == -1)
-        os::syslog(LOG_ERR, eth::msg::kNoMedium, kStep, __LINE__);
+    const int r = read_port(ifindex, medium, cmd, "veketh_port_medium_get", __LINE__, eth::msg::kNoMedium);
     if (r == 0)
         *medium = cmd.port == kPortNone || cmd.port == kPortOther ? 0 : cmd.port;
     return r;

@@ -50,11 +50,9 @@ int vekget_intf_settings(const char *ifname, ethtool_cmd *out) noexcept
     constexpr const char *kStep = "vekget_intf_settings";
     if (!ifname || !out)
         return -1;
-    eth::DatagramSocket sock;
-    if (sock.fd() < 0) {
-        os::syslog(LOG_ERR, eth::msg::kNoSocket, kStep, __LINE__);
+    eth::DatagramSocket sock(kStep, __LINE__);
+    if (sock.fd() < 0)
         return -1;
-    }
     ethtool_cmd cmd = {};
     cmd.cmd = ETHTOOL_GSET;
     ifreq req = request_for(ifname, &cmd);
@@ -72,11 +70,9 @@ int vekset_intf_settings(const char *ifname, ethtool_cmd *cmd) noexcept
     constexpr const char *kStep = "vekset_intf_settings";
     if (!ifname || !cmd)
         return -1;
-    eth::DatagramSocket sock;
-    if (sock.fd() < 0) {
-        os::syslog(LOG_ERR, eth::msg::kNoSocket, kStep, __LINE__);
+    eth::DatagramSocket sock(kStep, __LINE__);
+    if (sock.fd() < 0)
         return -1;
-    }
     ifreq req = request_for(ifname, cmd);
     ethtool_cmd scratch;  // only proves that the interface answers
     if (vekget_intf_settings(ifname, &scratch) != 0) {

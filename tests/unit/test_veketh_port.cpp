@@ -221,11 +221,13 @@ TEST_F(PortAttributes, LinkQueryThroughTheSharedContext)
 
 std::atomic<int> g_handlers{0};
 
+// Like the real link scan handler, it never returns.
 void *count_handler(void *arg)
 {
     if (arg == nullptr)
         ++g_handlers;
-    return nullptr;
+    for (;;)
+        std::this_thread::sleep_for(std::chrono::hours(1));
 }
 
 TEST_F(PortAttributes, EachLinkScanRegistrationStartsAThread)

@@ -5,7 +5,7 @@
 #include <thread>
 #include <vector>
 
-#include "notify_netns_fixture.h"
+#include "notify_board_fixture.h"
 
 namespace {
 

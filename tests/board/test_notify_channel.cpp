@@ -1,4 +1,4 @@
-#include "notify_netns_fixture.h"
+#include "notify_board_fixture.h"
 
 namespace {
 
@@ -87,6 +87,41 @@ TEST_F(NotifyChannelTest, QueryIsAnsweredToTheRequesterAloneAndKeepsPendingState
     ASSERT_EQ(vekNetlinkNotifyPostChanges(5), 0);
     Bytes posted = next_published();
     EXPECT_EQ(posted, encode({.nlFlags = kSentFlags, .seq = seq_of(posted), .ifIndex = 5, .rmon = &rmon}));
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(NotifyChannelTest, OpensOnceAndAgainAfterItIsClosed)
+{
+    EXPECT_EQ(vekNetlinkNotifyInit(kRecords), -1);  // port 1001 stays with the open channel
+    ASSERT_EQ(vekNetlinkNotifySetFlags(4, 0x01, 1), 0);
+    EXPECT_FALSE(next_published().empty());
+
+    vekNetlinkNotifyDestroy();  // returns only once the receive thread has stopped
+    EXPECT_EQ(vekNetlinkNotifySetFlags(4, 0x40, 1), -1);
+    EXPECT_EQ(vekNetlinkNotifyPostChanges(0), 0);
+
+    ASSERT_EQ(vekNetlinkNotifyInit(2), 0);
+    vekNetlinkNotifyAddIntf(1);
+    netlink_peer::Peer requester(55);
+    ASSERT_TRUE(requester.send_link(kChannel, RTM_GETLINK, 5, 55, 1, 0));
+    auto reply = requester.receive_from(kChannel, kWithin);
+    ASSERT_TRUE(reply);
+    EXPECT_EQ(reply->bytes, encode({.nlFlags = kSentFlags, .seq = 5, .ifIndex = 1}));
+}
+
+TEST_F(NotifyChannelTest, OpeningFailsCleanlyWhenThePortIsTaken)
+{
+    vekNetlinkNotifyDestroy();
+    netlink_peer::Peer squatter(kChannel);
+    ASSERT_TRUE(squatter.ok());
+    EXPECT_EQ(vekNetlinkNotifyInit(kRecords), -1);
+    vekNetlinkNotifyAddIntf(1);
+    EXPECT_EQ(vekNetlinkNotifySetFlags(1, 0x01, 1), -1);
+    EXPECT_EQ(vekNetlinkNotifyInit(0), -1);
+    EXPECT_EQ(vekNetlinkNotifyInit(-3), -1);
 }
 
 }  // namespace

@@ -12,7 +12,7 @@
 
 #include "hapi/hapi_init.h"
 #include "hapi/hapi_phy.h"
-#include "notify_netns_fixture.h"
+#include "notify_board_fixture.h"
 
 namespace {
 
@@ -44,8 +44,8 @@ bool eventually(Condition condition)
     return true;
 }
 
-// Logical port 2 on a veth "port01" of this namespace, with the PHY table
-// and a link callback that keeps the channel's flags as the boot phase's does.
+// Logical port 2 on the board's "port01", with the PHY table and a link
+// callback that keeps the channel's flags as the boot phase's does.
 class NotifyLineDriverTest : public NotifyChannelTest {
 protected:
     static constexpr int kPort = 2;
@@ -55,7 +55,6 @@ protected:
         NotifyChannelTest::SetUp();
         if (IsSkipped() || HasFatalFailure())
             return;
-        ASSERT_EQ(std::system("ip link add port01 type veth peer name peer01"), 0);
         for (auto &entry : torvikSwitchingHw.portMap)
             entry = SwitchPortMapEntry{0xFF, 0xFF, -1};
         torvikSwitchingHw.portMap[kPort] = {0, 0, static_cast<int16_t>(if_nametoindex("port01"))};
@@ -111,7 +110,7 @@ TEST_F(NotifyLineDriverTest, LineDriverReportsDriveThePortInterfaceAndItsFlags)
 TEST_F(NotifyLineDriverTest, LinkMessagesOfOtherSendersAreIgnored)
 {
     // The kernel announces these changes to the link group, which the channel has joined.
-    ASSERT_EQ(std::system("ip link set peer01 up && ip link set port01 up && ip link set port01 down"), 0);
+    ASSERT_EQ(board::run("ip link set port02 down && ip link set port02 up").status, 0);
     netlink_peer::Peer impostor(1003);
     ASSERT_TRUE(impostor.send_link(kChannel, RTM_NEWLINK, 1, 1002, kPort, 0x41));
     drained();
@@ -168,6 +167,10 @@ private:
 
 TEST_F(NotifyChannelTest, IpMonitorDecodesPublishedStatusMessages)
 {
+    // A port number no interface of the board has, so ip shows it as "if150".
+    vekNetlinkNotifyDestroy();
+    ASSERT_EQ(vekNetlinkNotifyInit(1), 0);
+    vekNetlinkNotifyAddIntf(150);
     IpMonitor monitor;
     // ip subscribes some time after it starts: publish until it shows one.
     const auto deadline = std::chrono::steady_clock::now() + 10s;
@@ -175,13 +178,13 @@ TEST_F(NotifyChannelTest, IpMonitorDecodesPublishedStatusMessages)
     bool up = false;
     while (std::chrono::steady_clock::now() < deadline) {
         up = !up;
-        ASSERT_EQ(up ? vekNetlinkNotifySetFlags(7, 0x41, 1) : vekNetlinkNotifyClearFlags(7, 0x41, 1), 0);
+        ASSERT_EQ(up ? vekNetlinkNotifySetFlags(150, 0x41, 1) : vekNetlinkNotifyClearFlags(150, 0x41, 1), 0);
         seen = monitor.read(50ms);
-        if (seen.find("7: if7: <BROADCAST,UP>") != std::string::npos)
+        if (seen.find("150: if150: <BROADCAST,UP>") != std::string::npos)
             break;
     }
     // Up and running (no NO-CARRIER), and IFF_BROADCAST always set.
-    EXPECT_NE(seen.find("7: if7: <BROADCAST,UP>"), std::string::npos) << seen;
+    EXPECT_NE(seen.find("150: if150: <BROADCAST,UP>"), std::string::npos) << seen;
 }
 
 }  // namespace
