@@ -124,8 +124,10 @@ int vekFdbShadowLookup(const uint8_t *mac, uint16_t vlanId, vekL2AddrEntry *foun
 
 void *vekFdbSyncShadowFdbThread(void *)
 {
+    // Read once: the thread outlives the board description's statics at exit.
+    const auto period = static_cast<uint32_t>(vekpf::board().fdbSyncMs);
     for (;;) {
-        vekApiOsSleep(static_cast<uint32_t>(vekpf::board().fdbSyncMs));
+        vekApiOsSleep(period);
         vekFdbShadowSync();
     }
     return nullptr;

@@ -90,14 +90,4 @@ TEST_F(FdbCache, StaticEntryRefusesAnUnknownCommand)
     EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{{LOG_ERR, "hapiBridgeFdbModify: Invalid cmd"}}));
 }
 
-TEST_F(FdbCache, PortGoingDownFlushesNothingAndReportsNothing)
-{
-    for (uint32_t state : {1u, 2u}) {
-        EXPECT_EQ(hapiBroadAddrLinkStateChangeCB(0, 3, state), 0);
-        EXPECT_EQ(hapiBroadAddrAdminStateChangeCB(0, 3, state), 0);
-    }
-    EXPECT_TRUE(os().logs.empty());
-    EXPECT_TRUE(os().fileWrites.empty());
-}
-
 }  // namespace

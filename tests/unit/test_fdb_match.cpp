@@ -239,14 +239,4 @@ TEST_F(FdbMatch, OtherMessagesAndAMissingScratchRecordAreIgnored)
     EXPECT_EQ(table().totalCount, 0u);
 }
 
-TEST_F(FdbMatch, EntryTypeQueryKnowsOnlyStatic)
-{
-    vekL2AddrEntry e{};
-    e.entryType = HAPI_FDB_ENTRY_STATIC;
-    EXPECT_EQ(hapiFdbGetEntryType(&e), 5);
-    e.entryType = 7;
-    EXPECT_EQ(hapiFdbGetEntryType(&e), 3);
-    EXPECT_EQ(hapiFdbGetEntryType(nullptr), 3);
-}
-
 }  // namespace
