@@ -24,14 +24,6 @@ static_assert(static_cast<unsigned>(Word::LedState) * sizeof(uint32_t) == offset
 static_assert(static_cast<unsigned>(Word::Advertisement) * sizeof(uint32_t) ==
               offsetof(PhyPortSettings, advertisement));
 
-class TableLock {
-public:
-    TableLock() { pthread_mutex_lock(&portSettingsMutex); }
-    ~TableLock() { pthread_mutex_unlock(&portSettingsMutex); }
-    TableLock(const TableLock &) = delete;
-    TableLock &operator=(const TableLock &) = delete;
-};
-
 uint32_t *word_of(int port, Word word)
 {
     auto *words = reinterpret_cast<uint32_t *>(&portSettings[port]);
@@ -94,7 +86,9 @@ void invoke_callbacks(int port, unsigned slot, uint32_t value) noexcept
     if (!portCallbacks || port < 0 || port >= numOfPorts || slot >= HAPI_CB_SLOT_COUNT)
         return;
     const auto physical = static_cast<uint32_t>(ports::physical_of(port));
-    for (const PortCallbackNode *n = portCallbacks[port].slot[slot]; n; n = n->next)
+    // Registration may publish a new head while the scan walks the list.
+    PortCallbackNode *&head = portCallbacks[port].slot[slot];
+    for (const PortCallbackNode *n = std::atomic_ref(head).load(std::memory_order_acquire); n; n = n->next)
         if (n->callback)
             n->callback(0, physical, value);
 }

@@ -21,8 +21,9 @@ constexpr std::array<Probe, 7> kProbes{{
     {Feature::BasicMatch, "the basic classifier with cmp/meta ematches",
      "tc qdisc add dev lo ingress && "
      "tc filter add dev lo ingress prio 3 protocol all basic match "
-     "'not cmp(u16 at 12 layer link mask 0xffff eq 0x8100)' && "
-     "tc filter add dev lo ingress prio 2 protocol all basic match 'meta(vlan mask 0xe000 eq 0x2000)'"},
+     "'not cmp(u16 at 12 layer link mask 0xffff eq 0x8100)' classid 1:1 && "
+     "tc filter add dev lo ingress prio 2 protocol all basic match "
+     "'meta(vlan mask 0xe000 eq 0x2000)' classid 1:1"},
     {Feature::SkbeditAction, "the skbedit action",
      "tc qdisc add dev lo ingress && "
      "tc filter add dev lo ingress prio 1 protocol all u32 match u32 0 0 action skbedit priority 1:1"},

@@ -29,6 +29,7 @@ void reset_platform()
     p.sfpSignal.clear();
     p.spiUpdateResult = 0;
     p.sfpReadResult = 0;
+    p.sfpReads = 0;
     p.portCount = 4;
     p.portCountResult = 0;
     p.cacheInitResult = 0;
@@ -125,11 +126,16 @@ int vekpf_PortTypeGet(usp_t usp, uint32_t *type)
     return 0;
 }
 
-int vekpf_SpiPortUpdate(void) { return platform().spiUpdateResult; }
+int vekpf_SpiPortUpdate(void)
+{
+    std::lock_guard<std::recursive_mutex> guard(platform().lock);  // SFP threads call it
+    return platform().spiUpdateResult;
+}
 
 int vekpf_SfpSignalDetectGet(usp_t usp, uint32_t *signal)
 {
     std::lock_guard<std::recursive_mutex> guard(platform().lock);
+    ++platform().sfpReads;
     auto it = platform().sfpSignal.find(usp.port);
     *signal = it == platform().sfpSignal.end() ? 0 : it->second;
     return platform().sfpReadResult;

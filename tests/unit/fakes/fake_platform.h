@@ -35,6 +35,7 @@ struct Platform {
     std::map<int, uint32_t> sfpSignal; // usp port -> signal detect
     int spiUpdateResult = 0;
     int sfpReadResult = 0;
+    int sfpReads = 0;                  // vekpf_SfpSignalDetectGet calls
     uint32_t portCount = 4;
     int portCountResult = 0;
     int cacheInitResult = 0;
