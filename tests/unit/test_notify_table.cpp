@@ -42,20 +42,6 @@ TEST_F(NotifyTableTest, AddingRefusesDuplicatesAndAFullTable)
     EXPECT_EQ(vekNetlinkNotifySetFlags(9, 1, 1), -1);
 }
 
-TEST_F(NotifyTableTest, ClosedChannelHasNoRecordsButStoresForEveryPortSucceed)
-{
-    open_table(0);
-    vekNetlinkNotifyAddIntf(1);
-    const Bytes block = pattern(VEK_NOTIFY_RMON_STATS_SIZE, 1);
-    EXPECT_EQ(vekNetlinkNotifySetFlags(1, 1, 1), -1);
-    EXPECT_EQ(vekNetlinkNotifyClearFlags(1, 1, 1), -1);
-    EXPECT_EQ(vekNetlinkNotifySetRmonStats(1, block.data(), 0), -1);
-    EXPECT_EQ(vekNetlinkNotifyPostChanges(1), -1);
-    EXPECT_EQ(vekNetlinkNotifySetRmonStats(0, block.data(), 0), 0);
-    EXPECT_EQ(vekNetlinkNotifyPostChanges(0), 0);
-    EXPECT_TRUE(os().logs.empty());
-}
-
 TEST_F(NotifyTableTest, SetReplacesTheChangeMaskWithTheNewlySetBits)
 {
     EXPECT_EQ(vekNetlinkNotifySetFlags(3, 0x40, 0), 0);
@@ -79,17 +65,6 @@ TEST_F(NotifyTableTest, SendingEmptiesThePendingStateButKeepsTheBlocks)
     EXPECT_EQ(record(4).cemask, 0u);
     EXPECT_EQ(Bytes(record(4).rmonStats, record(4).rmonStats + 76), rmon);
     EXPECT_EQ(record(4).flags, 0x41u);
-}
-
-TEST_F(NotifyTableTest, ClearAlwaysSendsWhatItCleared)
-{
-    ASSERT_EQ(vekNetlinkNotifySetFlags(3, 0x41, 0), 0);
-    EXPECT_EQ(vekNetlinkNotifyClearFlags(3, 0x40, 0), 0);
-    EXPECT_EQ(record(3).flags, 0x01u);
-    EXPECT_EQ(record(3).changed, 0u);  // sent although sendNow was 0
-    EXPECT_EQ(vekNetlinkNotifyClearFlags(3, 0x40, 0), 0);
-    EXPECT_EQ(record(3).flags, 0x01u);
-    EXPECT_EQ(vekNetlinkNotifyClearFlags(0, 1, 1), -1);
 }
 
 TEST_F(NotifyTableTest, StoringForPortZeroFillsEveryRecord)
