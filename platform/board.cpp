@@ -47,6 +47,10 @@ Board load(const char *dir)
             std::string fmt;
             if (words >> fmt && fmt.find("%02u") != std::string::npos)
                 b.portNameFormat = fmt;
+        } else if (key == "fdb_sync_ms") {
+            int ms = 0;
+            if (words >> ms && ms > 0)
+                b.fdbSyncMs = ms;
         } else if (key == "port_type") {
             int port = 0;
             uint32_t type = 0;

@@ -17,6 +17,7 @@ struct Board {
     int portCount = 4;
     std::string portNameFormat = "port%02u";
     std::array<uint32_t, kMaxPorts + 1> portType{};  // by front port 1..95
+    int fdbSyncMs = 1000;  // period of the FDB shadow table's sync thread
 };
 
 // The current description; re-read whenever HAPI_BOARD_DIR changes.

@@ -6,6 +6,7 @@
 
 #include <stdint.h>
 #include "hapi/hapi_types.h"
+#include "platform/vekfdbshadow.h"
 
 HAPI_BEGIN_DECLS
 
@@ -44,7 +45,7 @@ void veklog_preInit(int numOfPorts);
 int veklog_throwMsg(const char *sourceFile, int line, uint32_t messageId, uint32_t severityClass,
                     uint32_t facility, ...);
 
-/* FDB shadow table; the layout is described with the forwarding database. */
+/* FDB shadow table: a vekShadowTable block (platform/vekfdbshadow.h). */
 extern void *shadowTbl;
 extern int shadowTblChanged;
 int vekCompareMacEntries2(const void *a, const void *b);

@@ -30,6 +30,7 @@ void reset()
     g_os->console.clear();
     g_os->consoleMissing = false;
     g_os->files.clear();
+    g_os->fileWrites.clear();
     g_os->unwritableFiles.clear();
     g_os->interfaces.clear();
     g_os->socketsOpen = 0;
@@ -170,6 +171,10 @@ int ioctl(int fd, unsigned long request, void *arg)
         req->ifr_flags = iface->flags;
         return 0;
     case SIOCSIFFLAGS:
+        if (iface->failSetFlags) {
+            errno = EPERM;
+            return -1;
+        }
         iface->flags = req->ifr_flags;
         return 0;
     default:
@@ -218,6 +223,7 @@ bool console_write(const char *text)
 int write_file(const char *path, const char *text)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    os().fileWrites.emplace_back(path);
     const auto &bad = os().unwritableFiles;
     if (std::find(bad.begin(), bad.end(), path) != bad.end()) {
         errno = EACCES;

@@ -16,6 +16,7 @@ namespace fake {
 struct LogLine {
     int priority;
     std::string text;
+    bool operator==(const LogLine &) const = default;
 };
 
 struct Interface {
@@ -24,6 +25,7 @@ struct Interface {
     unsigned char hwaddr[6] = {};
     short flags = 0;  // IFF_*
     bool failHwaddr = false;
+    bool failSetFlags = false;  // SIOCSIFFLAGS answers EPERM
 };
 
 struct Os {
@@ -41,6 +43,7 @@ struct Os {
     bool consoleMissing = false;
 
     std::map<std::string, std::string> files;  // write_file: path -> last text
+    std::vector<std::string> fileWrites;       // write_file: paths, in order, failures too
     std::vector<std::string> unwritableFiles;
 
     std::vector<Interface> interfaces;

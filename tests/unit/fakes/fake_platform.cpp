@@ -7,11 +7,13 @@
 
 #include "platform/vekled.h"
 #include "platform/vekplatform.h"
+#include "shadow_order.h"
 
 namespace fake {
 
 namespace {
 Platform *g_platform = new Platform;  // outlives threads still running at exit
+vekShadowTable *g_shadow = new vekShadowTable;
 }
 
 Platform &platform() { return *g_platform; }
@@ -27,6 +29,7 @@ void reset_platform()
     p.sfpSignal.clear();
     p.spiUpdateResult = 0;
     p.sfpReadResult = 0;
+    p.sfpReads = 0;
     p.portCount = 4;
     p.portCountResult = 0;
     p.cacheInitResult = 0;
@@ -37,7 +40,12 @@ void reset_platform()
     p.leds.clear();
     p.semaphoresCreated = 0;
     p.semaphoreCreateFails = false;
+    std::memset(g_shadow, 0, sizeof *g_shadow);
+    shadowTbl = g_shadow;
+    shadowTblChanged = 0;
 }
+
+vekShadowTable &shadow_table() { return *g_shadow; }
 
 bool Platform::has_message(uint32_t id) const
 {
@@ -118,11 +126,16 @@ int vekpf_PortTypeGet(usp_t usp, uint32_t *type)
     return 0;
 }
 
-int vekpf_SpiPortUpdate(void) { return platform().spiUpdateResult; }
+int vekpf_SpiPortUpdate(void)
+{
+    std::lock_guard<std::recursive_mutex> guard(platform().lock);  // SFP threads call it
+    return platform().spiUpdateResult;
+}
 
 int vekpf_SfpSignalDetectGet(usp_t usp, uint32_t *signal)
 {
     std::lock_guard<std::recursive_mutex> guard(platform().lock);
+    ++platform().sfpReads;
     auto it = platform().sfpSignal.find(usp.port);
     *signal = it == platform().sfpSignal.end() ? 0 : it->second;
     return platform().sfpReadResult;
@@ -183,18 +196,7 @@ int veklog_throwMsg(const char *sourceFile, int line, uint32_t messageId, uint32
     return 0;
 }
 
-// MAC address, then VLAN ID, as the board's platform orders the table.
-int vekCompareMacEntries2(const void *a, const void *b)
-{
-    const auto *x = static_cast<const unsigned char *>(a);
-    const auto *y = static_cast<const unsigned char *>(b);
-    if (int c = std::memcmp(x + 4, y + 4, 6))
-        return c;
-    uint16_t vx, vy;
-    std::memcpy(&vx, x + 10, 2);
-    std::memcpy(&vy, y + 10, 2);
-    return vx < vy ? -1 : (vx > vy ? 1 : 0);
-}
+int vekCompareMacEntries2(const void *a, const void *b) { return vekpf::compare_shadow_entries(a, b); }
 
 void *vekFdbSyncShadowFdbThread(void *) { return nullptr; }
 

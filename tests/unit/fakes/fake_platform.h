@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/vekfdbshadow.h"
 #include "veklog_items.h"
 
 namespace fake {
@@ -34,6 +35,7 @@ struct Platform {
     std::map<int, uint32_t> sfpSignal; // usp port -> signal detect
     int spiUpdateResult = 0;
     int sfpReadResult = 0;
+    int sfpReads = 0;                  // vekpf_SfpSignalDetectGet calls
     uint32_t portCount = 4;
     int portCountResult = 0;
     int cacheInitResult = 0;
@@ -49,7 +51,9 @@ struct Platform {
 };
 
 Platform &platform();
-// Default board: four front ports with usp n mapped to physical n.
+// Default board: four front ports with usp n mapped to physical n, and an
+// empty FDB shadow table that shadowTbl points to.
 void reset_platform();
+vekShadowTable &shadow_table();
 
 }  // namespace fake

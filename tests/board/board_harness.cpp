@@ -1,0 +1,144 @@
+#include "board_harness.h"
+
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <sstream>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace board {
+namespace {
+
+std::string env(const char *name)
+{
+    const char *v = std::getenv(name);
+    return v ? v : "";
+}
+
+std::string quote(const std::string &text)
+{
+    std::string q = "'";
+    for (char c : text)
+        q += (c == '\'') ? std::string("'\\''") : std::string(1, c);
+    return q + "'";
+}
+
+}  // namespace
+
+bool inside() { return !env("HAPI_BOARD_NAME").empty() && !env("HAPI_BOARD_DIR").empty(); }
+
+std::string unavailable_reason()
+{
+    if (inside())
+        return {};
+    if (geteuid() != 0)
+        return "board tests need root (network namespaces); running as uid " + std::to_string(geteuid());
+    return "not inside a simulated board (start the test through its own main or sim/boardsim exec)";
+}
+
+std::string name() { return env("HAPI_BOARD_NAME"); }
+std::string run_dir() { return env("HAPI_BOARD_DIR"); }
+std::string run_file(const std::string &file) { return run_dir() + "/" + file; }
+
+std::optional<std::string> read_file(const std::string &path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in)
+        return std::nullopt;
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+}
+
+std::string port_if(int n)
+{
+    char name[IF_NAMESIZE];
+    std::snprintf(name, sizeof name, "port%02u", static_cast<unsigned>(n - 1));
+    return name;
+}
+
+std::string station_ip(int n) { return "10.0.0." + std::to_string(n); }
+
+Result run(const std::string &command)
+{
+    Result r;
+    FILE *pipe = ::popen((command + " 2>&1").c_str(), "r");
+    if (!pipe)
+        return r;
+    std::array<char, 4096> buf;
+    size_t got;
+    while ((got = std::fread(buf.data(), 1, buf.size(), pipe)) > 0)
+        r.output.append(buf.data(), got);
+    const int status = ::pclose(pipe);
+    r.status = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
+    return r;
+}
+
+Result station(int n, const std::string &command)
+{
+    return run(std::string(HAPI_BOARDSIM) + " station " + std::to_string(n) + " sh -c " + quote(command));
+}
+
+bool link(int n, bool up)
+{
+    return run(std::string(HAPI_BOARDSIM) + " link " + std::to_string(n) + (up ? " up" : " down")).status == 0;
+}
+
+bool sfp(int n, int signal)
+{
+    return run(std::string(HAPI_BOARDSIM) + " sfp " + std::to_string(n) + " " + std::to_string(signal)).status == 0;
+}
+
+bool ping(int from, int to, int count)
+{
+    return station(from, "ping -q -n -c " + std::to_string(count) + " -i 0.05 -W 2 " + station_ip(to))
+               .status == 0;
+}
+
+std::optional<uint64_t> counter(const std::string &ifname, const std::string &stat)
+{
+    const auto text = read_file("/sys/class/net/" + ifname + "/statistics/" + stat);
+    if (!text)
+        return std::nullopt;
+    return std::strtoull(text->c_str(), nullptr, 10);
+}
+
+std::optional<uint64_t> station_counter(int n, const std::string &stat)
+{
+    const Result r = station(n, "cat /sys/class/net/eth0/statistics/" + stat);
+    if (r.status != 0)
+        return std::nullopt;
+    return std::strtoull(r.output.c_str(), nullptr, 10);
+}
+
+int ethtool(const std::string &ifname, void *record)
+{
+    const int fd = ::socket(AF_INET, SOCK_DGRAM, 0);
+    if (fd < 0)
+        return errno;
+    ifreq req{};
+    std::strncpy(req.ifr_name, ifname.c_str(), IFNAMSIZ - 1);
+    req.ifr_data = static_cast<char *>(record);
+    const int rc = ::ioctl(fd, SIOCETHTOOL, &req);
+    const int err = rc < 0 ? errno : 0;
+    ::close(fd);
+    return err;
+}
+
+std::string environment()
+{
+    std::string release = "unknown";
+    if (auto text = read_file("/proc/sys/kernel/osrelease"))
+        release = text->substr(0, text->find('\n'));
+    return (env("HAPI_IN_VM") == "1" ? "VM, kernel " : "host, kernel ") + release;
+}
+
+}  // namespace board

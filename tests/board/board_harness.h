@@ -1,0 +1,150 @@
+// Board tests: the library against a simulated board (sim/boardsim): a real
+// bridge eth1 (index 112), veth ports port00..port03, one station namespace
+// per port, the substitute port driver preloaded, HAPI_BOARD_DIR set.
+//
+// Adding a board test file: drop tests/board/test_<topic>.cpp in and re-run
+// cmake. Each such file becomes its own executable board_<topic>, linked with
+// libhapi.so, this harness and GoogleTest (main comes from board_main.cpp),
+// and each of its tests becomes a ctest test with the label "board". Write
+//
+//     #include "board_harness.h"
+//     TEST_F(BoardTest, BridgeIsIndex112) { EXPECT_EQ(if_nametoindex("eth1"), 112u); }
+//
+// How a test gets its board: when the executable starts as root outside a
+// board, it creates one named t<pid> (sim/boardsim up), runs itself again
+// inside it (boardsim exec: board network namespace, its own /sys, driver in
+// LD_PRELOAD, HAPI_BOARD_DIR and HAPI_BOARD_NAME set) and removes the board
+// afterwards. ctest runs every test in its own process, so every test gets a
+// fresh board; a whole executable run by hand shares one board. Not root:
+// every BoardTest skips with one line saying so. Boards left behind by a
+// killed run are swept by the next run.
+//
+// Tests that need what only a full distribution kernel has (prio/sfq qdiscs,
+// basic classifier, skbedit/police actions, bridge VLAN filtering, 802.1Q)
+// start with HAPI_REQUIRE_KERNEL(board::Feature::...) or
+// HAPI_NEEDS_VM_KERNEL(); on a kernel without it they skip with a one-line
+// reason, and the kernel label runs them inside the VM (sim/vmrun).
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace board {
+
+// True inside a board made by boardsim (HAPI_BOARD_NAME and HAPI_BOARD_DIR set).
+bool inside();
+// Why board tests cannot run here, empty when they can.
+std::string unavailable_reason();
+std::string name();
+std::string run_dir();
+std::string run_file(const std::string &file);  // run_dir() + "/" + file
+std::optional<std::string> read_file(const std::string &path);
+
+// "port%02u" of front port n (1..4); station n is attached to it.
+std::string port_if(int n);
+// Station n's address, 10.0.0.n.
+std::string station_ip(int n);
+
+struct Result {
+    int status = -1;     // exit status, -1 when it could not run or was killed
+    std::string output;  // stdout and stderr together
+};
+// /bin/sh -c command, in the board (inherits the test's namespace and environment).
+Result run(const std::string &command);
+// The same in station n's namespace (no substitute driver there).
+Result station(int n, const std::string &command);
+// Station n's cable: false unplugs it (the port loses carrier), true plugs it in.
+bool link(int n, bool up);
+// Port n's SFP signal-detect reading.
+bool sfp(int n, int signal);
+
+// count pings from station `from` to station `to`, one every 50 ms; true when all replied.
+bool ping(int from, int to, int count = 1);
+
+// A counter of the kernel's interface statistics (/sys/class/net/IF/statistics/NAME).
+std::optional<uint64_t> counter(const std::string &ifname, const std::string &stat);
+// The same for station n's eth0.
+std::optional<uint64_t> station_counter(int n, const std::string &stat);
+
+// One SIOCETHTOOL request on `ifname` from this process; 0 or errno.
+int ethtool(const std::string &ifname, void *record);
+
+// Raw frames from and to station n's eth0 (an AF_PACKET socket opened in the
+// station's namespace; the test process itself stays in the board).
+class StationSocket {
+public:
+    explicit StationSocket(int n);
+    ~StationSocket();
+    StationSocket(const StationSocket &) = delete;
+    StationSocket &operator=(const StationSocket &) = delete;
+    bool ok() const { return fd_ >= 0; }
+    bool send(const std::vector<uint8_t> &frame);
+    // The next frame received before the deadline, if any.
+    std::optional<std::vector<uint8_t>> receive(std::chrono::milliseconds within);
+    // Drops whatever has been received so far.
+    void drain();
+    static std::vector<uint8_t> mac(int station);  // 02:00:00:00:01:0n
+
+private:
+    int fd_ = -1;
+    int ifindex_ = 0;
+};
+
+// Polls `condition` every `step` until it holds or `within` has passed.
+template <class Condition>
+bool wait_until(Condition condition, std::chrono::milliseconds within = std::chrono::seconds(5),
+                std::chrono::milliseconds step = std::chrono::milliseconds(10))
+{
+    const auto deadline = std::chrono::steady_clock::now() + within;
+    for (;;) {
+        if (condition())
+            return true;
+        if (std::chrono::steady_clock::now() >= deadline)
+            return false;
+        std::this_thread::sleep_for(step);
+    }
+}
+
+// What a full distribution kernel has and a trimmed one may lack. Each is
+// probed once per process in a throw-away network namespace.
+enum class Feature { PrioQdisc, SfqQdisc, BasicMatch, SkbeditAction, PoliceAction,
+                     BridgeVlanFiltering, Vlan8021q };
+bool kernel_has(Feature f);
+const char *feature_name(Feature f);
+// The first feature of the VM kernel list that this kernel lacks, if any.
+std::optional<Feature> missing_vm_feature();
+// "VM" when running inside sim/vmrun's guest, else "host", with the kernel release.
+std::string environment();
+
+}  // namespace board
+
+// Every board test derives from this (TEST_F(BoardTest, ...) or a subclass).
+class BoardTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        const std::string reason = board::unavailable_reason();
+        if (!reason.empty())
+            GTEST_SKIP() << reason;
+    }
+};
+
+#define HAPI_REQUIRE_KERNEL(feature)                                                        \
+    do {                                                                                    \
+        if (!board::kernel_has(feature))                                                    \
+            GTEST_SKIP() << "needs the VM kernel: this kernel (" << board::environment()    \
+                         << ") lacks " << board::feature_name(feature);                      \
+    } while (0)
+
+#define HAPI_NEEDS_VM_KERNEL()                                                              \
+    do {                                                                                    \
+        if (auto missing_ = board::missing_vm_feature())                                    \
+            GTEST_SKIP() << "needs the VM kernel: this kernel (" << board::environment()    \
+                         << ") lacks " << board::feature_name(*missing_);                    \
+    } while (0)

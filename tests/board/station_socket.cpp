@@ -1,0 +1,95 @@
+// Raw frames in a station: the socket is opened by a helper thread that
+// joins the station's network namespace, so the test process never leaves
+// the board's.
+#include "board_harness.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <linux/if_ether.h>
+#include <linux/if_packet.h>
+#include <net/if.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace board {
+
+StationSocket::StationSocket(int n)
+{
+    const std::string path = "/run/netns/hb-" + name() + "-s" + std::to_string(n);
+    std::thread opener([&] {
+        const int ns = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        if (ns < 0)
+            return;
+        if (::setns(ns, CLONE_NEWNET) == 0) {
+            fd_ = ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL));
+            ifindex_ = static_cast<int>(::if_nametoindex("eth0"));
+        }
+        ::close(ns);
+    });
+    opener.join();
+    if (fd_ < 0)
+        return;
+    sockaddr_ll addr{};
+    addr.sll_family = AF_PACKET;
+    addr.sll_protocol = htons(ETH_P_ALL);
+    addr.sll_ifindex = ifindex_;
+    if (ifindex_ == 0 || ::bind(fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+        ::close(fd_);
+        fd_ = -1;
+    }
+}
+
+StationSocket::~StationSocket()
+{
+    if (fd_ >= 0)
+        ::close(fd_);
+}
+
+bool StationSocket::send(const std::vector<uint8_t> &frame)
+{
+    if (fd_ < 0)
+        return false;
+    return ::send(fd_, frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
+}
+
+std::optional<std::vector<uint8_t>> StationSocket::receive(std::chrono::milliseconds within)
+{
+    if (fd_ < 0)
+        return std::nullopt;
+    const auto deadline = std::chrono::steady_clock::now() + within;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        pollfd p{fd_, POLLIN, 0};
+        if (::poll(&p, 1, static_cast<int>(std::max<long>(left.count(), 0))) <= 0)
+            return std::nullopt;
+        std::vector<uint8_t> frame(65536);
+        sockaddr_ll from{};
+        socklen_t len = sizeof from;
+        const ssize_t got = ::recvfrom(fd_, frame.data(), frame.size(), 0,
+                                       reinterpret_cast<sockaddr *>(&from), &len);
+        if (got < 0)
+            return std::nullopt;
+        // Our own transmissions come back on the socket too.
+        if (from.sll_pkttype == PACKET_OUTGOING)
+            continue;
+        frame.resize(static_cast<size_t>(got));
+        return frame;
+    }
+}
+
+void StationSocket::drain()
+{
+    while (receive(std::chrono::milliseconds(0)))
+        ;
+}
+
+std::vector<uint8_t> StationSocket::mac(int station)
+{
+    return {0x02, 0x00, 0x00, 0x00, 0x01, static_cast<uint8_t>(station)};
+}
+
+}  // namespace board
