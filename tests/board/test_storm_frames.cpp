@@ -172,10 +172,13 @@ TEST_F(StormFrames, LinkUpAtANewSpeedRecomputesThePercentage)
     hapiSysIfIngressStormCtlLinkUpNotify(ifindex_, 1000);
     std::vector<std::string> rates;
     EXPECT_TRUE(board::wait_until([&] {
-        rates = police_rates();
+        rates.clear();
+        // At these rates the kernel rounds the burst to its clock: rates only.
+        for (const std::string &r : police_rates())
+            rates.push_back(r.substr(0, r.find(' ')));
         std::sort(rates.begin(), rates.end());
-        return rates == std::vector<std::string>{"100Mbit burst 100Kb", "500Mbit burst 100Kb"};
-    }, 10s)) << (rates.empty() ? "no filters" : rates[0]);
+        return rates == std::vector<std::string>{"100Mbit", "500Mbit"};
+    }, 10s)) << ::testing::PrintToString(rates);
 }
 
 }  // namespace
