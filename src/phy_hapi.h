@@ -4,7 +4,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <pthread.h>
 
 #include "diag.h"
@@ -17,8 +16,6 @@ inline constexpr const char *kMsgWrongPort = "Wrong port";
 inline constexpr const char *kMsgWrongParam = "Wrong param";
 inline constexpr const char *kMsgSetFailed = "Set failed";
 inline constexpr const char *kMsgNullInput = "NULL INPUT PARAM";
-
-inline constexpr uint32_t kShdslDriverPort = 1002;  // netlink port id of the SHDSL line driver
 
 // Words of PhyPortSettings, by position.
 enum class Word : unsigned {
@@ -82,16 +79,6 @@ void park_disabled_port(int physical) noexcept;
 // Starts the SFP signal scan thread of a logical port: 0 or the error number.
 int start_sfp_thread(int port) noexcept;
 
-// What an SHDSL link message says.
-struct ExternalLink {
-    int port;         // logical port (ifi_index)
-    uint32_t state;   // 1 up, 2 down
-};
-
-// Decodes a netlink message received from `sender`: a link report only when
-// it is RTM_NEWLINK from the SHDSL driver and long enough to hold its ifinfomsg.
-std::optional<ExternalLink> shdsl_link_message(uint32_t sender, const void *bytes,
-                                               std::size_t length) noexcept;
 
 }  // namespace hapi::phy
 

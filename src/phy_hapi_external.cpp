@@ -1,31 +1,8 @@
-#include <cstring>
-#include <linux/netlink.h>
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 
 #include "hapi/hapi_veketh.h"
 #include "phy_hapi.h"
 #include "port_map.h"
-
-namespace hapi::phy {
-
-std::optional<ExternalLink> shdsl_link_message(uint32_t sender, const void *bytes,
-                                               std::size_t length) noexcept
-{
-    constexpr std::size_t kNeeded = NLMSG_HDRLEN + sizeof(ifinfomsg);
-    if (sender != kShdslDriverPort || !bytes || length < kNeeded)
-        return std::nullopt;
-    nlmsghdr header;
-    std::memcpy(&header, bytes, sizeof header);
-    if (header.nlmsg_type != RTM_NEWLINK || header.nlmsg_len < kNeeded || header.nlmsg_len > length)
-        return std::nullopt;
-    ifinfomsg info;
-    std::memcpy(&info, static_cast<const unsigned char *>(bytes) + NLMSG_HDRLEN, sizeof info);
-    return ExternalLink{info.ifi_index, (info.ifi_flags & IFF_RUNNING) ? uint32_t{HAPI_LINK_UP}
-                                                                       : uint32_t{HAPI_LINK_DOWN}};
-}
-
-}  // namespace hapi::phy
 
 void hapiPhyExternalPhyLinkStatusChanged(int logicalPort, uint32_t linkState) noexcept
 {

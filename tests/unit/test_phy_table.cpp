@@ -97,57 +97,18 @@ TEST_F(PhyTable, LedFollowsAdminPowerAndLink)
 }
 
 // An rtnetlink link message as the SHDSL driver sends it.
-std::vector<unsigned char> link_message(uint16_t type, int index, unsigned flags)
-{
-    std::vector<unsigned char> bytes(NLMSG_SPACE(sizeof(ifinfomsg)), 0);
-    nlmsghdr header{};
-    header.nlmsg_len = static_cast<uint32_t>(bytes.size());
-    header.nlmsg_type = type;
-    header.nlmsg_pid = 1002;
-    ifinfomsg info{};
-    info.ifi_index = index;
-    info.ifi_flags = flags;
-    std::memcpy(bytes.data(), &header, sizeof header);
-    std::memcpy(bytes.data() + NLMSG_HDRLEN, &info, sizeof info);
-    return bytes;
-}
-
-TEST_F(PhyTable, ShdslMessagesAreRecognisedOnlyFromTheDriver)
-{
-    const auto up = link_message(RTM_NEWLINK, 2, 0x41);
-    const auto link = hapi::phy::shdsl_link_message(1002, up.data(), up.size());
-    ASSERT_TRUE(link.has_value());
-    EXPECT_EQ(link->port, 2);
-    EXPECT_EQ(link->state, 1u);
-    const auto down = link_message(RTM_NEWLINK, 3, IFF_UP);
-    EXPECT_EQ(hapi::phy::shdsl_link_message(1002, down.data(), down.size())->state, 2u);
-
-    EXPECT_FALSE(hapi::phy::shdsl_link_message(0, up.data(), up.size()));     // the kernel's own
-    EXPECT_FALSE(hapi::phy::shdsl_link_message(1001, up.data(), up.size()));
-    const auto other = link_message(RTM_DELLINK, 2, 0x41);
-    EXPECT_FALSE(hapi::phy::shdsl_link_message(1002, other.data(), other.size()));
-    EXPECT_FALSE(hapi::phy::shdsl_link_message(1002, up.data(), up.size() - 1));  // truncated
-    auto lying = up;
-    lying[0] = 0xFF;  // nlmsg_len beyond the bytes received
-    EXPECT_FALSE(hapi::phy::shdsl_link_message(1002, lying.data(), lying.size()));
-}
-
 TEST_F(PhyTable, ExternalLinkUpRaisesTheInterfaceAndCallsLinkCallbacksOnce)
 {
     add_callback(2, HAPI_CB_LINK_STATE, record);
     portSettings[2].linkState = HAPI_LINK_DOWN;
     portSettings[2].adminState = HAPI_ADMIN_ENABLED;
-    const auto bytes = link_message(RTM_NEWLINK, 2, 0x41);
-    const auto link = hapi::phy::shdsl_link_message(1002, bytes.data(), bytes.size());
-    ASSERT_TRUE(link);
-
-    hapiPhyExternalPhyLinkStatusChanged(link->port, link->state);
+    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
     EXPECT_EQ(os().find("port01")->flags & (IFF_UP | IFF_RUNNING), IFF_UP | IFF_RUNNING);
     EXPECT_EQ(portSettings[2].linkState, 1u);
     EXPECT_EQ(calls(), (std::vector<Call>{{0, 2, 1}}));
     EXPECT_EQ(platform().leds.size(), 1u);
 
-    hapiPhyExternalPhyLinkStatusChanged(link->port, link->state);
+    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
     EXPECT_EQ(calls().size(), 1u);
     EXPECT_EQ(platform().leds.size(), 2u);  // the LED is checked every time
 
