@@ -10,8 +10,8 @@
 #include <iostream>
 #include <thread>
 
-#include "../tests/support/netlink_peer.h"
-#include "vek_netlink_notify.h"
+#include "netlink_peer.h"
+#include "notify/notify.h"
 
 namespace {
 

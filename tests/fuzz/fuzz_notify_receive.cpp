@@ -14,7 +14,7 @@
 #include "fake_platform.h"
 #include "hapi/hapi_init.h"
 #include "hapi/hapi_phy.h"
-#include "vek_netlink_notify_channel.h"
+#include "notify/channel.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include <net/if.h>
 #include <sys/ioctl.h>
 
-#include "os.h"
+#include "core/os.h"
 
 namespace fake {
 

@@ -1,0 +1,61 @@
+// Interface up/down, the link query and the link scan thread.
+#include <cerrno>
+#include <cstring>
+#include <pthread.h>
+#include <syslog.h>
+
+#include "core/os.h"
+#include "ethdev/ethdev.h"
+#include "ethdev/messages.h"
+
+using namespace hapi;
+
+HAPI_API int veketh_port_enable_set(uint32_t ifindex, int32_t enable) noexcept
+{
+    constexpr const char *kStep = "veketh_port_enable_set";
+    char name[IFNAMSIZ] = {};
+    if (!eth::port_name(ifindex, name, kStep, __LINE__))
+        return -18;
+    eth::DatagramSocket sock(kStep, __LINE__);
+    if (sock.fd() < 0)
+        return -1;
+    ifreq req = {};
+    eth::copy_ifname(req.ifr_name, name);
+    const int r = enable ? vekset_intf_up(sock.fd(), &req) : vekset_intf_down(sock.fd(), &req);
+    if (r != 0) {
+        const int err = errno;
+        os::syslog(LOG_ERR, enable ? eth::msg::kBringUp : eth::msg::kBringDown, name, std::strerror(err),
+                   kStep, __LINE__);
+        return -1;
+    }
+    return 0;
+}
+
+HAPI_API int veketh_port_link_status_get(uint32_t ifindex, uint32_t *link) noexcept
+{
+    constexpr const char *kStep = "veketh_port_link_status_get";
+    if (!eth::output_given(link, kStep, __LINE__))
+        return -4;
+    *link = 0;  // a failed read stands for link down
+    ethtool_value value = {};
+    value.cmd = ETHTOOL_GLINK;
+    const int r = eth::indexed_request(ifindex, &value, kStep);
+    if (r == 0)
+        *link = value.data;
+    return r;
+}
+
+HAPI_API int veketh_linkscan_register(void *(*handler)(void *)) noexcept
+{
+    constexpr const char *kStep = "veketh_linkscan_register";
+    pthread_t thread;
+    if (!handler || pthread_create(&thread, nullptr, handler, nullptr) != 0) {
+        os::syslog(LOG_ERR, eth::msg::kLinkscanFailed, kStep, __LINE__);
+        return -1;
+    }
+    os::syslog(LOG_INFO, eth::msg::kLinkscanStarted, kStep, __LINE__);
+    return 0;
+}
+
+// The link scan handler polls by itself; there is no mode to set.
+HAPI_API int veketh_linkscan_mode_set(uint32_t, int32_t) noexcept { return 0; }

@@ -1,0 +1,98 @@
+// Unit fixture for the port's life: the fake driver behind front ports 1..4
+// (interfaces 1..4, port00..port03, link up at 1000 Mb/s), the port map as
+// start-up leaves it, and helpers to read the structured reports.
+#pragma once
+
+#include <cstdlib>
+#include <net/if.h>
+#include <string>
+#include <vector>
+
+#include "driver_fixture.h"
+#include "hapi/hapi_init.h"
+#include "hapi/hapi_phy.h"
+#include "phy/phy.h"
+
+class PortLifeTest : public DriverTest {
+protected:
+    static constexpr int kPorts = 5;
+    struct Call {
+        uint32_t physical, value;
+        bool operator==(const Call &) const = default;
+    };
+
+    void SetUp() override
+    {
+        DriverTest::SetUp();
+        for (int p = 0; p < HAPI_MAX_LOGICAL_PORTS; ++p)
+            torvikSwitchingHw.portMap[p] = p <= 4 ? SwitchPortMapEntry{0, 0, static_cast<int16_t>(p)}
+                                                  : SwitchPortMapEntry{0xFF, 0xFF, -1};
+        for (fake::Interface &i : os().interfaces)
+            i.flags = IFF_UP | IFF_RUNNING;
+        slot_calls().assign(HAPI_CB_SLOT_COUNT, {});
+    }
+
+    // The tables as the boot phase leaves them, without running it.
+    static void make_tables(int ports = kPorts)
+    {
+        numOfPorts = ports;
+        portSettings = static_cast<PhyPortSettings *>(std::calloc(ports, sizeof(PhyPortSettings)));
+        portCallbacks = static_cast<PortCallbackSlots *>(std::calloc(ports, sizeof(PortCallbackSlots)));
+        portThreadInfo = static_cast<PortThreadInfo *>(std::calloc(ports, sizeof(PortThreadInfo)));
+    }
+    static void set_port(int p, uint32_t type, uint32_t admin, uint32_t link = HAPI_LINK_DOWN,
+                         uint32_t power = 0)
+    {
+        portSettings[p].portType = type;
+        portSettings[p].adminState = admin;
+        portSettings[p].linkState = link;
+        portSettings[p].powerState = power;
+    }
+
+    // Calls of the recording callback, per slot.
+    static std::vector<std::vector<Call>> &slot_calls()
+    {
+        static std::vector<std::vector<Call>> calls;
+        return calls;
+    }
+    template <unsigned Slot>
+    static int record(uint32_t, uint32_t physical, uint32_t value)
+    {
+        slot_calls()[Slot].push_back({physical, value});
+        return 0;
+    }
+
+    bool interface_up(int n) { return os().find(static_cast<unsigned>(n))->flags & IFF_UP; }
+
+    // Reports on the log channel with this message text (error or success).
+    std::vector<fake::LogMessage> reports(const std::string &text)
+    {
+        std::lock_guard guard(platform().lock);
+        std::vector<fake::LogMessage> found;
+        for (const fake::LogMessage &m : platform().messages)
+            for (const vekpf::LogItem &item : m.items)
+                if (item.kind == VEKLOG_ITEM_TEXT && item.text == text)
+                    found.push_back(m);
+        return found;
+    }
+    // Ports of the link events with this message identifier, in order.
+    std::vector<int> link_events(uint32_t id)
+    {
+        std::lock_guard guard(platform().lock);
+        std::vector<int> ports;
+        for (const fake::LogMessage &m : platform().messages)
+            if (m.id == id && m.items.size() == 1)
+                ports.push_back(static_cast<int>(m.items[0].number));
+        return ports;
+    }
+    size_t led_calls(int port)
+    {
+        std::lock_guard guard(platform().lock);
+        size_t n = 0;
+        for (const fake::LedCall &l : platform().leds)
+            n += l.port == port;
+        return n;
+    }
+    static vekpf::LogItem text(const char *t) { return {VEKLOG_ITEM_TEXT, VEKLOG_TEXT_SIZE, 0, t}; }
+    static vekpf::LogItem number(int v, int size = 4) { return {VEKLOG_ITEM_INT, size, v, {}}; }
+};
