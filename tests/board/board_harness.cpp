@@ -1,4 +1,5 @@
 #include "board_harness.h"
+#include "ports.h"
 
 #include <array>
 #include <cerrno>
@@ -58,12 +59,7 @@ std::optional<std::string> read_file(const std::string &path)
     return text.str();
 }
 
-std::string port_if(int n)
-{
-    char name[IF_NAMESIZE];
-    std::snprintf(name, sizeof name, "port%02u", static_cast<unsigned>(n - 1));
-    return name;
-}
+std::string port_if(int n) { return hapi_test::port_name(n); }
 
 std::string station_ip(int n) { return "10.0.0." + std::to_string(n); }
 

@@ -2,7 +2,7 @@
 // bridge eth1 (index 112), veth ports port00..port03, one station namespace
 // per port, the substitute port driver preloaded, HAPI_BOARD_DIR set.
 //
-// Adding a board test file: drop tests/board/test_<topic>.cpp in and re-run
+// Adding a board test file: drop tests/board/<subsystem>/test_<topic>.cpp in and re-run
 // cmake. Each such file becomes its own executable board_<topic>, linked with
 // libhapi.so, this harness and GoogleTest (main comes from board_main.cpp),
 // and each of its tests becomes a ctest test with the label "board". Write
@@ -34,6 +34,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "wait.h"
 
 namespace board {
 
@@ -96,20 +98,7 @@ private:
     int ifindex_ = 0;
 };
 
-// Polls `condition` every `step` until it holds or `within` has passed.
-template <class Condition>
-bool wait_until(Condition condition, std::chrono::milliseconds within = std::chrono::seconds(5),
-                std::chrono::milliseconds step = std::chrono::milliseconds(10))
-{
-    const auto deadline = std::chrono::steady_clock::now() + within;
-    for (;;) {
-        if (condition())
-            return true;
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(step);
-    }
-}
+using hapi_test::wait_until;
 
 // What a full distribution kernel has and a trimmed one may lack. Each is
 // probed once per process in a throw-away network namespace.
@@ -125,14 +114,17 @@ std::string environment();
 }  // namespace board
 
 // Every board test derives from this (TEST_F(BoardTest, ...) or a subclass).
+// A subclass sets its test up in SetUpBoard(), which runs only where a board is.
 class BoardTest : public ::testing::Test {
 protected:
-    void SetUp() override
+    void SetUp() final
     {
         const std::string reason = board::unavailable_reason();
         if (!reason.empty())
             GTEST_SKIP() << reason;
+        SetUpBoard();
     }
+    virtual void SetUpBoard() {}
 };
 
 #define HAPI_REQUIRE_KERNEL(feature)                                                        \

@@ -26,11 +26,8 @@ constexpr unsigned kRxOctetsWord = 87;
 
 class EthDevice : public BoardTest {
 protected:
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         ASSERT_EQ(veketh_intf_init(), 0);
     }
     // Settings, dumps and pause need the board's substitute port driver; plain

@@ -92,11 +92,8 @@ bool bridge_lists(const std::string &pattern)
 
 class FdbBoard : public BoardTest {
 protected:
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         ASSERT_EQ(hapiFdbInit(), 0);
         ASSERT_EQ(hapiFdbCacheInit(), 0);
     }

@@ -24,11 +24,8 @@ protected:
     static constexpr uint32_t kLinkGroupMask = 1u << (RTNLGRP_LINK - 1);
     static constexpr auto kWithin = 5s;
 
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         listener = std::make_unique<netlink_peer::Peer>(0, kLinkGroupMask, 8 << 20);
         ASSERT_TRUE(listener->ok());
         ASSERT_EQ(vekNetlinkNotifyInit(kRecords), 0);

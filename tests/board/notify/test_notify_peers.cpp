@@ -32,28 +32,16 @@ bool interface_up(const char *name)
     return up;
 }
 
-template <class Condition>
-bool eventually(Condition condition)
-{
-    const auto deadline = std::chrono::steady_clock::now() + 5s;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(5ms);
-    }
-    return true;
-}
-
 // Logical port 2 on the board's "port01", with the PHY table and a link
 // callback that keeps the channel's flags as the boot phase's does.
 class NotifyLineDriverTest : public NotifyChannelTest {
 protected:
     static constexpr int kPort = 2;
 
-    void SetUp() override
+    void SetUpBoard() override
     {
-        NotifyChannelTest::SetUp();
-        if (IsSkipped() || HasFatalFailure())
+        NotifyChannelTest::SetUpBoard();
+        if (HasFatalFailure())
             return;
         for (auto &entry : torvikSwitchingHw.portMap)
             entry = SwitchPortMapEntry{0xFF, 0xFF, -1};
@@ -90,14 +78,14 @@ TEST_F(NotifyLineDriverTest, LineDriverReportsDriveThePortInterfaceAndItsFlags)
     netlink_peer::Peer driver(1002);
     ASSERT_TRUE(driver.ok());
     ASSERT_TRUE(driver.send_link(kChannel, RTM_NEWLINK, 1, 1002, kPort, 0x41));
-    EXPECT_TRUE(eventually([] { return interface_up("port01"); }));
+    EXPECT_TRUE(board::wait_until([] { return interface_up("port01"); }));
     Bytes up = next_published();
     EXPECT_EQ(up, encode({.nlFlags = kSentFlags, .seq = seq_of(up), .ifIndex = kPort, .flags = 0x41,
                           .change = 0x41}));
     EXPECT_EQ(portSettings[kPort].linkState, uint32_t{HAPI_LINK_UP});
 
     ASSERT_TRUE(driver.send_link(kChannel, RTM_NEWLINK, 2, 1002, kPort, 0x01));
-    EXPECT_TRUE(eventually([] { return !interface_up("port01"); }));
+    EXPECT_TRUE(board::wait_until([] { return !interface_up("port01"); }));
     Bytes down = next_published();
     EXPECT_EQ(down, encode({.nlFlags = kSentFlags, .seq = seq_of(down), .ifIndex = kPort, .flags = 0x01,
                             .change = 0x40}));

@@ -143,11 +143,8 @@ inline bool interface_up(int port)
 
 class PortLifeBoard : public BoardTest {
 protected:
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         const std::string failure = port_life::bring_up();
         ASSERT_TRUE(failure.empty()) << failure;
     }

@@ -19,11 +19,8 @@ const char *const kClassOfPcp[8] = {"1:6", "1:8", "1:7", "1:5", "1:4", "1:3", "1
 
 class QosQueues : public BoardTest {
 protected:
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         HAPI_REQUIRE_KERNEL(board::Feature::PrioQdisc);
         HAPI_REQUIRE_KERNEL(board::Feature::SfqQdisc);
         HAPI_REQUIRE_KERNEL(board::Feature::SkbeditAction);

@@ -28,11 +28,8 @@ struct Measured {
 
 class StormFrames : public BoardTest {
 protected:
-    void SetUp() override
+    void SetUpBoard() override
     {
-        BoardTest::SetUp();
-        if (IsSkipped())
-            return;
         HAPI_REQUIRE_KERNEL(board::Feature::PoliceAction);
         ASSERT_EQ(hapiInit(), 0);
         // Start-up's ingress discipline, without its 802.1p filters; a whole

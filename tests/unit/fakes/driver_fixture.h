@@ -20,12 +20,7 @@ protected:
             fake::add_port(name_of(n), n);
     }
 
-    static std::string name_of(unsigned index)
-    {
-        char name[16];
-        std::snprintf(name, sizeof name, "port%02u", index - 1);
-        return name;
-    }
+    static std::string name_of(unsigned index) { return hapi_test::port_name(static_cast<int>(index)); }
     static fake::Port &port(unsigned index) { return fake::driver().ports.at(name_of(index)); }
 
     // Whether a line formatted from `format` (its last argument a source

@@ -5,6 +5,7 @@
 
 #include "fake_os.h"
 #include "fake_platform.h"
+#include "ports.h"
 
 class UnitTest : public ::testing::Test {
 protected:
@@ -19,10 +20,7 @@ protected:
     // The board's four front ports as interfaces 1..4 named port00..port03.
     void add_front_interfaces(int count = 4)
     {
-        for (int n = 1; n <= count; ++n) {
-            char name[16];
-            std::snprintf(name, sizeof name, "port%02u", static_cast<unsigned>(n - 1));
-            fake::add_interface(name, static_cast<unsigned>(n));
-        }
+        for (int n = 1; n <= count; ++n)
+            fake::add_interface(hapi_test::port_name(n), static_cast<unsigned>(n));
     }
 };
