@@ -2,7 +2,11 @@
 // log channel, the common syslog forms, and the console.
 #pragma once
 
+#include <cerrno>
 #include <cstdint>
+#include <cstring>
+
+#include "core/os.h"
 
 namespace hapi::diag {
 
@@ -46,6 +50,33 @@ void phy_error(int line, int error, const char *message, int port, PortItem widt
 void phy_success(int line, int port, const char *step, const char *message, int value);
 // Link came up or went down on a logical port.
 void phy_link_event(int line, int port, bool up);
+
+// Stand-ins for errno in the arguments of syslog_errno: its number and its
+// strerror text, both as errno was when syslog_errno was entered.
+struct ErrnoNumber {};
+struct ErrnoText {};
+inline constexpr ErrnoNumber kErrno{};
+inline constexpr ErrnoText kErrnoText{};
+
+namespace detail {
+inline int errno_arg(ErrnoNumber, int err) { return err; }
+inline const char *errno_arg(ErrnoText, int err) { return std::strerror(err); }
+template <typename T>
+T errno_arg(T value, int) { return value; }
+}  // namespace detail
+
+// Logs through os::syslog with kErrno/kErrnoText replaced by the errno of
+// the failure just seen, and leaves errno as it found it for the caller.
+template <typename... Args>
+void syslog_errno(int priority, const char *format, Args... args)
+{
+    const int err = errno;
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+    os::syslog(priority, format, detail::errno_arg(args, err)...);
+#pragma GCC diagnostic pop
+    errno = err;
+}
 
 // "[%s] %s Failed " after a shell command returned non-zero.
 void command_failed(const char *tag, const char *command);

@@ -1,7 +1,6 @@
 #include "core/hw_description.h"
 
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <net/if.h>
 #include <net/if_arp.h>
@@ -10,7 +9,9 @@
 #include <syslog.h>
 
 #include "hapi/hapi_init.h"
+#include "core/diag.h"
 #include "core/os.h"
+#include "core/owned.h"
 #include "platform/vekplatform.h"
 #include "core/port_map.h"
 
@@ -44,11 +45,10 @@ void map_front_ports()
 
 void assign_mac_addresses(int count, const unsigned char (&baseMac)[6])
 {
-    const int fd = os::socket(AF_INET, SOCK_DGRAM, 0);
-    if (fd < 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, "\nCouldn't open socket @ %s, %d with errno  :%d, %s\n", kMacStep, 207,
-                   err, std::strerror(err));
+    const UniqueFd fd(os::socket(AF_INET, SOCK_DGRAM, 0));
+    if (!fd) {
+        diag::syslog_errno(LOG_ERR, "\nCouldn't open socket @ %s, %d with errno  :%d, %s\n", kMacStep, 207,
+                           diag::kErrno, diag::kErrnoText);
         return;
     }
     const unsigned base = (unsigned{baseMac[4]} << 8) | baseMac[5];
@@ -56,10 +56,9 @@ void assign_mac_addresses(int count, const unsigned char (&baseMac)[6])
         char name[HAPI_IFNAME_SIZE] = {};
         // Interface i is front port i's device: the same number on the board.
         if (!ports::front_ifname(i, name)) {
-            const int err = errno;
-            os::syslog(LOG_ERR,
-                       "\nCouldn't find interface name for index : %d @ %s, %d due to errno  :%d, %s\n",
-                       i, kMacStep, 214, err, std::strerror(err));
+            diag::syslog_errno(LOG_ERR,
+                               "\nCouldn't find interface name for index : %d @ %s, %d due to errno  :%d, %s\n",
+                               i, kMacStep, 214, diag::kErrno, diag::kErrnoText);
             break;
         }
         struct ifreq req = {};
@@ -69,14 +68,12 @@ void assign_mac_addresses(int count, const unsigned char (&baseMac)[6])
         const unsigned low = (base + static_cast<unsigned>(i)) & 0xFFFFu;
         req.ifr_hwaddr.sa_data[4] = static_cast<char>(low >> 8);
         req.ifr_hwaddr.sa_data[5] = static_cast<char>(low & 0xFF);
-        if (os::ioctl(fd, SIOCSIFHWADDR, &req) < 0) {
-            const int err = errno;
-            os::syslog(LOG_ERR, "\nioctl failed @ %s, %d with errno: %d, %s\n", kMacStep, 234, err,
-                       std::strerror(err));
+        if (os::ioctl(fd.get(), SIOCSIFHWADDR, &req) < 0) {
+            diag::syslog_errno(LOG_ERR, "\nioctl failed @ %s, %d with errno: %d, %s\n", kMacStep, 234,
+                               diag::kErrno, diag::kErrnoText);
             break;
         }
     }
-    os::close(fd);
 }
 
 int describe_hardware()

@@ -11,6 +11,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "core/owned.h"
+
 namespace hapi::os {
 
 int shell(const char *command) { return ::system(command); }
@@ -44,22 +46,21 @@ unsigned if_nametoindex(const char *name) { return ::if_nametoindex(name); }
 
 bool console_write(const char *text)
 {
-    FILE *console = std::fopen("/dev/console", "w");
+    const Owned<FILE, std::fclose> console(std::fopen("/dev/console", "w"));
     if (!console)
         return false;
-    std::fputs(text, console);
-    std::fclose(console);
+    std::fputs(text, console.get());
     return true;
 }
 
 int write_file(const char *path, const char *text)
 {
-    int fd = ::open(path, O_WRONLY | O_CLOEXEC);
-    if (fd < 0)
+    UniqueFd fd(::open(path, O_WRONLY | O_CLOEXEC));
+    if (!fd)
         return -1;
-    ssize_t n = ::write(fd, text, std::strlen(text));
-    int saved = errno;
-    ::close(fd);
+    const ssize_t n = ::write(fd.get(), text, std::strlen(text));
+    const int saved = errno;  // the write's, not the close's
+    fd.reset();
     errno = saved;
     return n < 0 ? -1 : 0;
 }

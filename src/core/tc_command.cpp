@@ -7,6 +7,7 @@
 
 #include "core/diag.h"
 #include "core/os.h"
+#include "core/owned.h"
 
 namespace hapi::tc {
 namespace {
@@ -47,21 +48,19 @@ bool delete_prio(const char *tag, const char *ifname, int prio)
     return run(tag, kDeletePrio, ifname, prio);
 }
 
-CountResult count_prio(const char *ifname, int prio, int &count, Command &command)
+Status count_prio(const char *ifname, int prio, int &count, Command &command)
 {
     count = 0;
     if (!format(command, kCountPrio, ifname, prio))
-        return CountResult::FormatFailed;
-    FILE *pipe = os::popen_read(command);
+        return Status::bad_argument;
+    const Pipe pipe(os::popen_read(command));
     if (!pipe)
-        return CountResult::PipeFailed;
+        return Status::os_error;
     char line[kCommandSize] = {};
-    const bool read = std::fgets(line, sizeof line, pipe) != nullptr;
-    os::pclose(pipe);
-    if (!read)
-        return CountResult::ReadFailed;
+    if (!std::fgets(line, sizeof line, pipe.get()))
+        return Status::not_found;
     count = std::atoi(line);
-    return CountResult::Ok;
+    return Status::ok;
 }
 
 }  // namespace hapi::tc

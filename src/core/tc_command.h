@@ -5,6 +5,8 @@
 
 #include <cstddef>
 
+#include "core/status.h"
+
 namespace hapi::tc {
 
 inline constexpr std::size_t kCommandSize = 256;
@@ -24,10 +26,10 @@ bool run(const char *tag, const char *format, ...) __attribute__((format(printf,
 // Deletes every filter of one priority on the port's ingress discipline.
 bool delete_prio(const char *tag, const char *ifname, int prio);
 
-enum class CountResult { Ok, FormatFailed, PipeFailed, ReadFailed };
-
 // Counts the filter lines of one priority; command receives the pipeline's
-// text so callers can name it in their messages.
-CountResult count_prio(const char *ifname, int prio, int &count, Command &command);
+// text so callers can name it in their messages. bad_argument when the text
+// does not fit, os_error when the pipe cannot be opened, not_found when it
+// gives no output (count stays 0).
+Status count_prio(const char *ifname, int prio, int &count, Command &command);
 
 }  // namespace hapi::tc

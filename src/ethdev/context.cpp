@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <syslog.h>
 
+#include "core/diag.h"
 #include "core/os.h"
 #include "ethdev/ethdev.h"
 #include "ethdev/messages.h"
@@ -29,44 +30,50 @@ void copy_ifname(char (&field)[IFNAMSIZ], const char *name) noexcept
     std::memset(field + length, 0, IFNAMSIZ - length);
 }
 
-int shared_request(const char *ifname, void *record) noexcept
+Status send(VekethRequestContext *context, void *record) noexcept
+{
+    if (!context || !record) {
+        errno = EINVAL;
+        return Status::bad_argument;
+    }
+    context->ifr.ifr_data = static_cast<char *>(record);
+    return os::ioctl(context->sock, SIOCETHTOOL, &context->ifr) < 0 ? Status::os_error : Status::ok;
+}
+
+Status shared_request(const char *ifname, void *record) noexcept
 {
     copy_ifname(ctx.ifr.ifr_name, ifname);
     copy_ifname(ctx.ifname, ifname);
-    return send_ioctl(&ctx, record);
+    return send(&ctx, record);
 }
 
-int exclusive_request(const char *ifname, void *record) noexcept
+Status exclusive_request(const char *ifname, void *record) noexcept
 {
     std::lock_guard<std::mutex> hold(context_lock());
     return shared_request(ifname, record);
 }
 
-int indexed_request(uint32_t ifindex, void *record, const char *step) noexcept
+Status indexed_request(uint32_t ifindex, void *record, const char *step) noexcept
 {
     char name[IFNAMSIZ] = {};
     if (!os::if_indextoname(ifindex, name)) {
         os::syslog(LOG_ERR, msg::kNoIndexPath, kSourcePath, step, __LINE__);
         name[0] = '\0';
     }
-    if (exclusive_request(name, record) != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, msg::kIoctlErrno, err, std::strerror(err), kSourcePath, step, __LINE__);
-        return -18;
+    if (exclusive_request(name, record) != Status::ok) {
+        diag::syslog_errno(LOG_ERR, msg::kIoctlErrno, diag::kErrno, diag::kErrnoText, kSourcePath, step,
+                           __LINE__);
+        return Status::not_found;
     }
-    return 0;
+    return Status::ok;
 }
 
-DatagramSocket::DatagramSocket(const char *step, int line) noexcept : fd_(os::socket(AF_INET, SOCK_DGRAM, 0))
+UniqueFd datagram_socket(const char *step, int line) noexcept
 {
-    if (fd_ < 0)
+    UniqueFd fd(os::socket(AF_INET, SOCK_DGRAM, 0));
+    if (!fd)
         os::syslog(LOG_ERR, msg::kNoSocket, step, line);
-}
-
-DatagramSocket::~DatagramSocket()
-{
-    if (fd_ >= 0)
-        os::close(fd_);
+    return fd;
 }
 
 }  // namespace hapi::eth
@@ -75,12 +82,7 @@ using namespace hapi;
 
 HAPI_API int send_ioctl(VekethRequestContext *context, void *record) noexcept
 {
-    if (!context || !record) {
-        errno = EINVAL;
-        return 2;
-    }
-    context->ifr.ifr_data = static_cast<char *>(record);
-    return os::ioctl(context->sock, SIOCETHTOOL, &context->ifr) < 0 ? 2 : 0;
+    return eth::kDriverCodes(eth::send(context, record));
 }
 
 HAPI_API int veketh_intf_init(void) noexcept

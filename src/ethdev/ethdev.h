@@ -9,6 +9,8 @@
 #include <mutex>
 #include <net/if.h>
 
+#include "core/owned.h"
+#include "core/status.h"
 #include "hapi/hapi_veketh.h"
 
 // Settings of an interface through ETHTOOL_GSET into *out: 0, or -1.
@@ -25,43 +27,43 @@ namespace hapi::eth {
 
 inline constexpr const char *kSourcePath = "src/veketh_prv";
 
+// Result codes of the port operations (veketh_port_*, veketh_reset_stats).
+inline constexpr CodeMap kPortCodes{-1, {{Status::bad_argument, -4}, {Status::not_found, -18}}};
+// Result codes of the driver requests (send_ioctl, vekprv_*, veketh_intf_init).
+inline constexpr CodeMap kDriverCodes{2, {}};
+
 // Held across every request through ctx, and across a statistics fetch
 // together with the reading of its dump. Never held with another lock.
 std::mutex &context_lock() noexcept;
 
-// Names ifname (bounded, 16) in ctx and sends record: send_ioctl's result.
-// The caller holds context_lock().
-int shared_request(const char *ifname, void *record) noexcept;
+// Sends record through the context's socket as SIOCETHTOOL data:
+// bad_argument (errno EINVAL) without either, os_error when the ioctl fails.
+Status send(VekethRequestContext *context, void *record) noexcept;
+
+// Names ifname (bounded, 16) in ctx and sends record. The caller holds
+// context_lock().
+Status shared_request(const char *ifname, void *record) noexcept;
 
 // shared_request under context_lock(); errno is left as the ioctl set it.
-int exclusive_request(const char *ifname, void *record) noexcept;
+Status exclusive_request(const char *ifname, void *record) noexcept;
 
 // exclusive_request to the interface an index names, logging in the
 // "@ %s, %s, %d" forms: an unknown index goes on with an empty name (and
-// fails); a failed request logs errno. 0, or -18.
-int indexed_request(uint32_t ifindex, void *record, const char *step) noexcept;
+// fails); a failed request logs errno. An interface that does not answer
+// counts as no such port: ok, or not_found.
+Status indexed_request(uint32_t ifindex, void *record, const char *step) noexcept;
 
 // vekprv_getstats for a caller that already holds context_lock().
-int getstats_locked(const char *ifname) noexcept;
+Status getstats_locked(const char *ifname) noexcept;
 
 using RegisterWords = std::array<uint32_t, VEKETH_REGS_WORDS>;
 // Fetches ifname's dump and copies regs out under one holding of the lock,
-// so the words belong to ifname whatever other thread fetches: 0, or 2.
-int fetch_dump(const char *ifname, RegisterWords &words) noexcept;
+// so the words belong to ifname whatever other thread fetches.
+Status fetch_dump(const char *ifname, RegisterWords &words) noexcept;
 
-// Owns a per-call AF_INET/SOCK_DGRAM socket; fd() < 0 when none could be
+// A per-call AF_INET/SOCK_DGRAM socket; an empty owner when none could be
 // had, which is logged as "Unable to create socket" for step and line.
-class DatagramSocket {
-public:
-    DatagramSocket(const char *step, int line) noexcept;
-    ~DatagramSocket();
-    DatagramSocket(const DatagramSocket &) = delete;
-    DatagramSocket &operator=(const DatagramSocket &) = delete;
-    int fd() const noexcept { return fd_; }
-
-private:
-    int fd_;
-};
+UniqueFd datagram_socket(const char *step, int line) noexcept;
 
 // Prologue of the port operations: a missing output is logged and refused
 // (false), and an index that names no interface is logged (false).

@@ -1,9 +1,8 @@
 // Interface up/down, the link query and the link scan thread.
-#include <cerrno>
-#include <cstring>
 #include <pthread.h>
 #include <syslog.h>
 
+#include "core/diag.h"
 #include "core/os.h"
 #include "ethdev/ethdev.h"
 #include "ethdev/messages.h"
@@ -16,16 +15,15 @@ HAPI_API int veketh_port_enable_set(uint32_t ifindex, int32_t enable) noexcept
     char name[IFNAMSIZ] = {};
     if (!eth::port_name(ifindex, name, kStep, __LINE__))
         return -18;
-    eth::DatagramSocket sock(kStep, __LINE__);
-    if (sock.fd() < 0)
+    const UniqueFd sock = eth::datagram_socket(kStep, __LINE__);
+    if (!sock)
         return -1;
     ifreq req = {};
     eth::copy_ifname(req.ifr_name, name);
-    const int r = enable ? vekset_intf_up(sock.fd(), &req) : vekset_intf_down(sock.fd(), &req);
+    const int r = enable ? vekset_intf_up(sock.get(), &req) : vekset_intf_down(sock.get(), &req);
     if (r != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, enable ? eth::msg::kBringUp : eth::msg::kBringDown, name, std::strerror(err),
-                   kStep, __LINE__);
+        diag::syslog_errno(LOG_ERR, enable ? eth::msg::kBringUp : eth::msg::kBringDown, name, diag::kErrnoText,
+                           kStep, __LINE__);
         return -1;
     }
     return 0;
@@ -39,10 +37,10 @@ HAPI_API int veketh_port_link_status_get(uint32_t ifindex, uint32_t *link) noexc
     *link = 0;  // a failed read stands for link down
     ethtool_value value = {};
     value.cmd = ETHTOOL_GLINK;
-    const int r = eth::indexed_request(ifindex, &value, kStep);
-    if (r == 0)
+    const Status s = eth::indexed_request(ifindex, &value, kStep);
+    if (s == Status::ok)
         *link = value.data;
-    return r;
+    return eth::kPortCodes(s);
 }
 
 HAPI_API int veketh_linkscan_register(void *(*handler)(void *)) noexcept

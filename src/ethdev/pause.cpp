@@ -1,7 +1,6 @@
-#include <cerrno>
-#include <cstring>
 #include <syslog.h>
 
+#include "core/diag.h"
 #include "core/os.h"
 #include "ethdev/ethdev.h"
 #include "ethdev/messages.h"
@@ -22,9 +21,8 @@ HAPI_API int vekprv_getpause(const char *ifname, uint8_t *pausecfg) noexcept
     }
     ethtool_pauseparam pause = {};
     pause.cmd = ETHTOOL_GPAUSEPARAM;
-    if (eth::exclusive_request(ifname, &pause) != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kDriverInfo, err, std::strerror(err), kStep, __LINE__);
+    if (eth::exclusive_request(ifname, &pause) != Status::ok) {
+        diag::syslog_errno(LOG_ERR, eth::msg::kDriverInfo, diag::kErrno, diag::kErrnoText, kStep, __LINE__);
         return 2;
     }
     *pausecfg = (pause.autoneg && pause.rx_pause && pause.tx_pause) ? 1 : 0;
@@ -42,9 +40,8 @@ HAPI_API int vekprv_setpause(const char *ifname, uint32_t enable) noexcept
     ethtool_pauseparam pause = {};
     pause.cmd = ETHTOOL_SPAUSEPARAM;
     pause.autoneg = pause.rx_pause = pause.tx_pause = on;
-    if (eth::exclusive_request(ifname, &pause) != 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kSetPause, err, std::strerror(err), kStep, __LINE__);
+    if (eth::exclusive_request(ifname, &pause) != Status::ok) {
+        diag::syslog_errno(LOG_ERR, eth::msg::kSetPause, diag::kErrno, diag::kErrnoText, kStep, __LINE__);
         return 2;
     }
     return 0;

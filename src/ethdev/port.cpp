@@ -15,31 +15,35 @@ constexpr uint8_t kPortOther = 0xFF;   // PORT_OTHER
 
 enum class Mask { Advertised, Supported };
 
-// Prologue and settings read shared by the getters: 0 with cmd filled, or the
-// operation's result. `readFailed`, when given, is logged after a failed read.
-int read_port(uint32_t ifindex, const void *out, ethtool_cmd &cmd, const char *step, int line,
-              const char *readFailed = nullptr)
+// Prologue and settings read shared by the getters: ok with cmd filled,
+// bad_argument without an output, not_found for an unknown index, failed
+// when the settings cannot be read. `readFailed`, when given, is logged
+// after a failed read.
+Status read_port(uint32_t ifindex, const void *out, ethtool_cmd &cmd, const char *step, int line,
+                 const char *readFailed = nullptr)
 {
     if (!eth::output_given(out, step, line))
-        return -4;
+        return Status::bad_argument;
     char name[IFNAMSIZ] = {};
     if (!eth::port_name(ifindex, name, step, line))
-        return -18;
-    const int r = vekget_intf_settings(name, &cmd);
-    if (r != 0 && readFailed)
+        return Status::not_found;
+    if (vekget_intf_settings(name, &cmd) == 0)
+        return Status::ok;
+    if (readFailed)
         os::syslog(LOG_ERR, readFailed, step, line);
-    return r;
+    return Status::failed;
 }
 
 int read_mask(uint32_t ifindex, uint32_t *out, Mask which, const char *step, int line)
 {
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, out, cmd, step, line);
-    if (r == -4 || r == -18)
-        return r;
-    *out = r != 0 ? 1 : which == Mask::Advertised ? cmd.advertising : cmd.supported;
+    const Status s = read_port(ifindex, out, cmd, step, line);
+    if (s == Status::bad_argument || s == Status::not_found)
+        return eth::kPortCodes(s);
+    // A port whose settings cannot be read still reports a mask: 1.
+    *out = s != Status::ok ? 1 : which == Mask::Advertised ? cmd.advertising : cmd.supported;
     os::syslog(LOG_DEBUG, eth::msg::kAbilityTrace, static_cast<int>(*out), step, line);
-    return r;
+    return eth::kPortCodes(s);
 }
 
 }  // namespace
@@ -47,37 +51,37 @@ int read_mask(uint32_t ifindex, uint32_t *out, Mask which, const char *step, int
 HAPI_API int veketh_port_enable_get(uint32_t ifindex, uint32_t *enable) noexcept
 {
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, enable, cmd, "veketh_port_enable_get", __LINE__);
-    if (r == 0)
+    const Status s = read_port(ifindex, enable, cmd, "veketh_port_enable_get", __LINE__);
+    if (s == Status::ok)
         *enable = cmd.duplex == DUPLEX_UNKNOWN ? 0 : 1;
-    return r;
+    return eth::kPortCodes(s);
 }
 
 HAPI_API int veketh_port_speed_get(uint32_t ifindex, uint32_t *speed) noexcept
 {
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, speed, cmd, "veketh_port_speed_get", __LINE__);
-    if (r == 0)
+    const Status s = read_port(ifindex, speed, cmd, "veketh_port_speed_get", __LINE__);
+    if (s == Status::ok)
         *speed = cmd.duplex == DUPLEX_UNKNOWN ? kMaxSpeed : cmd.speed;
-    return r;
+    return eth::kPortCodes(s);
 }
 
 HAPI_API int veketh_port_duplex_get(uint32_t ifindex, uint32_t *duplex) noexcept
 {
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, duplex, cmd, "veketh_port_duplex_get", __LINE__, eth::msg::kNoMedium);
-    if (r == 0)
+    const Status s = read_port(ifindex, duplex, cmd, "veketh_port_duplex_get", __LINE__, eth::msg::kNoMedium);
+    if (s == Status::ok)
         *duplex = cmd.duplex == DUPLEX_HALF ? 0 : 1;  // unknown counts as full
-    return r;
+    return eth::kPortCodes(s);
 }
 
 HAPI_API int veketh_port_medium_get(uint32_t ifindex, uint32_t *medium) noexcept
 {
     ethtool_cmd cmd = {};
-    const int r = read_port(ifindex, medium, cmd, "veketh_port_medium_get", __LINE__, eth::msg::kNoMedium);
-    if (r == 0)
+    const Status s = read_port(ifindex, medium, cmd, "veketh_port_medium_get", __LINE__, eth::msg::kNoMedium);
+    if (s == Status::ok)
         *medium = cmd.port == kPortNone || cmd.port == kPortOther ? 0 : cmd.port;
-    return r;
+    return eth::kPortCodes(s);
 }
 
 HAPI_API int veketh_port_advert_get(uint32_t ifindex, uint32_t *advertising) noexcept

@@ -1,9 +1,8 @@
-#include <cerrno>
-#include <cstring>
 #include <linux/sockios.h>
 #include <sys/ioctl.h>
 #include <syslog.h>
 
+#include "core/diag.h"
 #include "core/os.h"
 #include "ethdev/ethdev.h"
 #include "ethdev/messages.h"
@@ -34,12 +33,9 @@ int change_flags(int sock, ifreq *request, bool up, const char *step) noexcept
     else
         request->ifr_flags = static_cast<short>(request->ifr_flags & ~IFF_UP);
     const int r = os::ioctl(sock, SIOCSIFFLAGS, request);
-    if (r < 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, up ? eth::msg::kBringUp : eth::msg::kBringDown, request->ifr_name,
-                   std::strerror(err), step, __LINE__);
-        errno = err;
-    }
+    if (r < 0)
+        diag::syslog_errno(LOG_ERR, up ? eth::msg::kBringUp : eth::msg::kBringDown, request->ifr_name,
+                           diag::kErrnoText, step, __LINE__);
     return r == 0 ? 0 : -1;
 }
 
@@ -50,15 +46,14 @@ int vekget_intf_settings(const char *ifname, ethtool_cmd *out) noexcept
     constexpr const char *kStep = "vekget_intf_settings";
     if (!ifname || !out)
         return -1;
-    eth::DatagramSocket sock(kStep, __LINE__);
-    if (sock.fd() < 0)
+    const UniqueFd sock = eth::datagram_socket(kStep, __LINE__);
+    if (!sock)
         return -1;
     ethtool_cmd cmd = {};
     cmd.cmd = ETHTOOL_GSET;
     ifreq req = request_for(ifname, &cmd);
-    if (os::ioctl(sock.fd(), SIOCETHTOOL, &req) < 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kGetSettings, req.ifr_name, std::strerror(err), kStep, __LINE__);
+    if (os::ioctl(sock.get(), SIOCETHTOOL, &req) < 0) {
+        diag::syslog_errno(LOG_ERR, eth::msg::kGetSettings, req.ifr_name, diag::kErrnoText, kStep, __LINE__);
         return -1;
     }
     *out = cmd;
@@ -70,8 +65,8 @@ int vekset_intf_settings(const char *ifname, ethtool_cmd *cmd) noexcept
     constexpr const char *kStep = "vekset_intf_settings";
     if (!ifname || !cmd)
         return -1;
-    eth::DatagramSocket sock(kStep, __LINE__);
-    if (sock.fd() < 0)
+    const UniqueFd sock = eth::datagram_socket(kStep, __LINE__);
+    if (!sock)
         return -1;
     ifreq req = request_for(ifname, cmd);
     ethtool_cmd scratch;  // only proves that the interface answers
@@ -80,9 +75,8 @@ int vekset_intf_settings(const char *ifname, ethtool_cmd *cmd) noexcept
         return -1;
     }
     cmd->cmd = ETHTOOL_SSET;
-    if (os::ioctl(sock.fd(), SIOCETHTOOL, &req) < 0) {
-        const int err = errno;
-        os::syslog(LOG_ERR, eth::msg::kSetSettings, req.ifr_name, std::strerror(err), kStep, __LINE__);
+    if (os::ioctl(sock.get(), SIOCETHTOOL, &req) < 0) {
+        diag::syslog_errno(LOG_ERR, eth::msg::kSetSettings, req.ifr_name, diag::kErrnoText, kStep, __LINE__);
         return -1;
     }
     return 0;

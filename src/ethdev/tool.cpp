@@ -22,18 +22,18 @@ struct ToolStep {
 // Runs the command that `format` builds from the interface name; the tool's
 // own exit status is not ours to judge, only a shell that could not run.
 template <typename... Args>
-int run_tool(uint32_t ifindex, const ToolStep &step, const char *format, Args... args)
+Status run_tool(uint32_t ifindex, const ToolStep &step, const char *format, Args... args)
 {
     char name[IFNAMSIZ] = {};
     if (!eth::port_name(ifindex, name, step.name, __LINE__))
-        return -18;
+        return Status::not_found;
     ethtool_cmd check;
     if (vekget_intf_settings(name, &check) != 0) {
         os::syslog(LOG_ERR, step.checkFailed, step.name, __LINE__);
-        return 0;
+        return Status::ok;  // skipped, not an error
     }
     if (!format)
-        return 0;  // a mode with no command
+        return Status::ok;  // a mode with no command
     char command[kCommandSize] = {};
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
@@ -41,9 +41,9 @@ int run_tool(uint32_t ifindex, const ToolStep &step, const char *format, Args...
 #pragma GCC diagnostic pop
     if (os::shell(command) == -1) {
         os::syslog(LOG_ERR, step.shellFailed, step.name, __LINE__);
-        return -1;
+        return Status::os_error;
     }
-    return 0;
+    return Status::ok;
 }
 
 const char *duplex_word() { return ethPortDuplex ? "full" : "half"; }
@@ -53,19 +53,22 @@ const char *duplex_word() { return ethPortDuplex ? "full" : "half"; }
 HAPI_API int veketh_port_speed_set(uint32_t ifindex, uint32_t) noexcept
 {
     static constexpr ToolStep kStep{"veketh_port_speed_set", eth::msg::kCheckRead, eth::msg::kSpeedFailed};
-    return run_tool(ifindex, kStep, eth::msg::kCmdSpeedDuplex, static_cast<int>(ethPortSpeed), duplex_word());
+    return eth::kPortCodes(
+        run_tool(ifindex, kStep, eth::msg::kCmdSpeedDuplex, static_cast<int>(ethPortSpeed), duplex_word()));
 }
 
 HAPI_API int veketh_port_duplex_set(uint32_t ifindex, uint32_t) noexcept
 {
     static constexpr ToolStep kStep{"veketh_port_duplex_set", eth::msg::kCheckRead, eth::msg::kDuplexFailed};
-    return run_tool(ifindex, kStep, eth::msg::kCmdSpeedDuplex, static_cast<int>(ethPortSpeed), duplex_word());
+    return eth::kPortCodes(
+        run_tool(ifindex, kStep, eth::msg::kCmdSpeedDuplex, static_cast<int>(ethPortSpeed), duplex_word()));
 }
 
 HAPI_API int veketh_port_autoneg_set(uint32_t ifindex, uint32_t) noexcept
 {
     static constexpr ToolStep kStep{"veketh_port_autoneg_set", eth::msg::kCheckRead, eth::msg::kAutonegFailed};
-    return run_tool(ifindex, kStep, eth::msg::kCmdAutoneg, ethPortAutonegStatus ? "on" : "off");
+    return eth::kPortCodes(
+        run_tool(ifindex, kStep, eth::msg::kCmdAutoneg, ethPortAutonegStatus ? "on" : "off"));
 }
 
 HAPI_API int veketh_port_mdix_set(uint32_t ifindex, int32_t mode) noexcept
@@ -73,5 +76,5 @@ HAPI_API int veketh_port_mdix_set(uint32_t ifindex, int32_t mode) noexcept
     static constexpr ToolStep kStep{"veketh_port_mdix_set", eth::msg::kNoMedium, eth::msg::kMdixFailed};
     static constexpr const char *kModes[] = {nullptr, "off", "on", "auto"};  // 1 MDI, 2 MDI-X, 3 auto
     const char *word = mode >= 1 && mode <= 3 ? kModes[mode] : nullptr;
-    return run_tool(ifindex, kStep, word ? eth::msg::kCmdMdix : nullptr, word);
+    return eth::kPortCodes(run_tool(ifindex, kStep, word ? eth::msg::kCmdMdix : nullptr, word));
 }

@@ -41,18 +41,18 @@ bool target_of(const usp_t *usp, const PhyStateCommand *block, const char *step,
 // One word, or false after the report.
 bool read(const Target &t, Word word, uint32_t &value, const char *step)
 {
-    const Access a = read_word(t.port, word, value);
-    if (a != Access::Ok)
+    const Status a = read_word(t.port, word, value);
+    if (a != Status::ok)
         fail_access(__LINE__, a, t.port, kWidth, step, -1);
-    return a == Access::Ok;
+    return a == Status::ok;
 }
 
 // The part both SETs share once the value is accepted: store, callbacks,
 // LED, and a link re-evaluation of a port left with link up but not powered on.
 int finish_set(const Target &t, Word word, unsigned slot, uint32_t value, const char *step)
 {
-    const Access a = write_word(t.port, word, value);
-    if (a != Access::Ok)
+    const Status a = write_word(t.port, word, value);
+    if (a != Status::ok)
         return fail_access(__LINE__, a, t.port, kWidth, step, static_cast<int>(value));
     invoke_callbacks(t.port, slot, value);
     hapiPhyCheckLEDAdminState(t.port);

@@ -67,7 +67,7 @@ int hapiPhyInftLinkStateCB(uint32_t, uint32_t physicalPort, uint32_t state) noex
     using namespace hapi::phy;
     const int port = hapi::ports::logical_of(static_cast<int>(physicalPort));
     uint32_t admin = 0;
-    if (port < 0 || read_word(port, Word::AdminState, admin) != Access::Ok || admin != HAPI_ADMIN_ENABLED)
+    if (port < 0 || read_word(port, Word::AdminState, admin) != Status::ok || admin != HAPI_ADMIN_ENABLED)
         return 0;
     if (state == HAPI_LINK_UP)
         return vekNetlinkNotifySetFlags(port, kFlagsUpRunning, kSendNow);
@@ -82,7 +82,7 @@ int hapiPhyInftAdminStateCB(uint32_t, uint32_t physicalPort, uint32_t state) noe
         return 0;
     if (state != HAPI_ADMIN_ENABLED)
         return vekNetlinkNotifyClearFlags(port, kFlagsUpRunning, kSendNow);
-    uint32_t link = 0;
-    read_word(port, Word::LinkState, link);
+    uint32_t link = 0;  // stays down when the table cannot be read
+    static_cast<void>(read_word(port, Word::LinkState, link));
     return vekNetlinkNotifySetFlags(port, link == HAPI_LINK_UP ? kFlagsUpRunning : kFlagsUp, kSendNow);
 }

@@ -11,8 +11,8 @@ void hapiPhyExternalPhyLinkStatusChanged(int logicalPort, uint32_t linkState) no
     constexpr auto kWidth = hapi::diag::PortItem::Word;
 
     uint32_t stored = 0;
-    Access a = read_word(logicalPort, Word::LinkState, stored);
-    if (a != Access::Ok) {
+    Status a = read_word(logicalPort, Word::LinkState, stored);
+    if (a != Status::ok) {
         fail_access(__LINE__, a, logicalPort, kWidth, kStep, static_cast<int>(linkState));
         return;
     }
@@ -21,7 +21,7 @@ void hapiPhyExternalPhyLinkStatusChanged(int logicalPort, uint32_t linkState) no
 
     if (linkState != stored) {
         a = write_word(logicalPort, Word::LinkState, linkState);
-        if (a != Access::Ok) {
+        if (a != Status::ok) {
             fail_access(__LINE__, a, logicalPort, kWidth, kStep, static_cast<int>(linkState));
             return;
         }

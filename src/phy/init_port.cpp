@@ -54,8 +54,8 @@ uint32_t code_of_speed(uint32_t speed)
 // Stores a word and tells its callbacks (slot < 0: none): 0, or 1 after the report.
 int store(int port, Word word, int slot, uint32_t value)
 {
-    const Access a = write_word(port, word, value);
-    if (a != Access::Ok)
+    const Status a = write_word(port, word, value);
+    if (a != Status::ok)
         return fail_access(__LINE__, a, port, kWidth, kStep, static_cast<int>(value));
     if (slot >= 0)
         invoke_callbacks(port, static_cast<unsigned>(slot), value);
@@ -82,8 +82,8 @@ HAPI_API int hapiPhyInitPort(const usp_t *usp, uint32_t, uint32_t *result) noexc
     const auto physical = static_cast<uint32_t>(signedPhysical);
 
     uint32_t type = 0;
-    const Access a = read_word(port, Word::PortType, type);
-    if (a != Access::Ok)
+    const Status a = read_word(port, Word::PortType, type);
+    if (a != Status::ok)
         return fail_access(__LINE__, a, port, kWidth, kStep, -1);
     usp_t platformUsp{};
     vekpf_VekBcmPortToUsp(signedPhysical, &platformUsp);
@@ -120,7 +120,7 @@ HAPI_API int hapiPhyInitPort(const usp_t *usp, uint32_t, uint32_t *result) noexc
         store(port, Word::FlowControl, HAPI_CB_FLOW_CONTROL, 0) || store(port, Word::LinkState, -1, HAPI_LINK_DOWN))
         return 1;
 
-    if (const Access again = read_word(port, Word::PortType, type); again != Access::Ok)
+    if (const Status again = read_word(port, Word::PortType, type); again != Status::ok)
         return fail_access(__LINE__, again, port, kWidth, kStep, -1);
     if (type >= HAPI_PORT_TYPE_COPPER && type <= kLastPolledType) {
         if (set_linkscan(port, physical, kLinkscanPolled))

@@ -26,8 +26,8 @@ HAPI_API int hapiPhyCheckLEDAdminState(int logicalPort) noexcept
     uint32_t admin = 0, power = 0, link = 0, led = 0;
     for (auto [word, out] : {std::pair{Word::AdminState, &admin}, std::pair{Word::PowerState, &power},
                              std::pair{Word::LinkState, &link}, std::pair{Word::LedState, &led}}) {
-        const Access a = read_word(logicalPort, word, *out);
-        if (a != Access::Ok)
+        const Status a = read_word(logicalPort, word, *out);
+        if (a != Status::ok)
             return fail_access(__LINE__, a, logicalPort, hapi::diag::PortItem::Word, kStep, -1);
     }
 

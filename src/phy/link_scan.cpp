@@ -39,8 +39,8 @@ void set_signal_event(int port, uint32_t event, bool wake)
 // What a hardware change means for the port, by its type.
 void apply_change(int port, int physical, uint32_t raw, uint32_t speed)
 {
-    uint32_t type = 0;
-    read_word(port, Word::PortType, type);
+    uint32_t type = 0;  // no type when the table cannot be read
+    static_cast<void>(read_word(port, Word::PortType, type));
     const bool up = raw != 0;
     if (type == HAPI_PORT_TYPE_SFP) {
         // The SFP thread decides the link from the signal while the link is up.
@@ -65,14 +65,14 @@ bool scan_port(int port)
     const uint32_t state = raw == 1 ? HAPI_LINK_UP : HAPI_LINK_DOWN;
 
     uint32_t admin = 0;
-    Access a = read_word(port, Word::AdminState, admin);
-    if (a == Access::Ok) {
+    Status a = read_word(port, Word::AdminState, admin);
+    if (a == Status::ok) {
         const uint32_t seen = admin == HAPI_ADMIN_ENABLED ? state : uint32_t{HAPI_LINK_DOWN};
         a = write_word(port, Word::LinkState, seen);
-        if (a == Access::Ok)
+        if (a == Status::ok)
             invoke_callbacks(port, HAPI_CB_LINK_STATE, seen);
     }
-    if (a != Access::Ok) {
+    if (a != Status::ok) {
         fail_access(__LINE__, a, port, kWidth, kScanStep, -1);
         return false;
     }
@@ -129,8 +129,8 @@ void hapiPhyInternalSetLinkstate(int port, uint32_t state) noexcept
     uint32_t current = 0, admin = 0, type = 0;
     for (auto [word, out] : {std::pair{Word::LinkState, &current}, std::pair{Word::AdminState, &admin},
                              std::pair{Word::PortType, &type}}) {
-        const Access a = read_word(port, word, *out);
-        if (a != Access::Ok) {
+        const Status a = read_word(port, word, *out);
+        if (a != Status::ok) {
             fail_access(__LINE__, a, port, kWidth, kSetStep, static_cast<int>(state));
             return;
         }
@@ -146,8 +146,8 @@ void hapiPhyInternalSetLinkstate(int port, uint32_t state) noexcept
         }
     }
     if (state != current) {
-        const Access a = write_word(port, Word::LinkState, state);
-        if (a != Access::Ok) {
+        const Status a = write_word(port, Word::LinkState, state);
+        if (a != Status::ok) {
             fail_access(__LINE__, a, port, kWidth, kSetStep, static_cast<int>(state));
             return;
         }

@@ -73,8 +73,8 @@ int resurrect_all_ports()
             continue;
         }
         uint32_t type = 0;
-        const Access a = read_word(port, Word::PortType, type);
-        if (a != Access::Ok) {
+        const Status a = read_word(port, Word::PortType, type);
+        if (a != Status::ok) {
             fail_access(__LINE__, a, port, PortItem::Word, kResurrectStep, -1);
             return 1;
         }
@@ -104,10 +104,10 @@ int hapiPhyInternalSetPowerState(int physical, uint32_t state) noexcept
     if (port == hapi::ports::kNoPort)
         return HAPI_PHY_E_WRONG_PORT;  // no logical port: no table is touched
     uint32_t type = 0;
-    const Access a = read_word(port, Word::PortType, type);
-    if (a == Access::BadPort)
+    const Status a = read_word(port, Word::PortType, type);
+    if (a == Status::out_of_range)
         return HAPI_PHY_E_WRONG_PORT;
-    if (a != Access::Ok)
+    if (a != Status::ok)
         return fail_access(__LINE__, a, port, PortItem::Word, kPowerStep, static_cast<int>(state));
 
     if (phase() != HAPI_PHY_PHASE_RUNNING) {
@@ -153,8 +153,8 @@ int hapiPhyInternalKillAllPorts() noexcept
             continue;
         }
         uint32_t type = 0;
-        const Access a = read_word(port, Word::PortType, type);
-        if (a != Access::Ok)
+        const Status a = read_word(port, Word::PortType, type);
+        if (a != Status::ok)
             return fail_access(__LINE__, a, port, PortItem::Word, kKillStep, -1);
         const int physical = hapi::ports::physical_of(port);
         if (type == HAPI_PORT_TYPE_DISABLED) {

@@ -7,6 +7,7 @@
 #include <pthread.h>
 
 #include "core/diag.h"
+#include "core/status.h"
 #include "hapi/hapi_phy.h"
 
 namespace hapi::phy {
@@ -35,7 +36,7 @@ enum class Word : unsigned {
     LedState,
 };
 
-enum class Access { Ok, NoTable, BadPort };
+using hapi::Status;
 
 // Holds portSettingsMutex for one access of the table.
 class TableLock {
@@ -46,10 +47,11 @@ public:
     TableLock &operator=(const TableLock &) = delete;
 };
 
-// One word of one port, in its own holding of portSettingsMutex. A port
-// outside 0..numOfPorts-1 is refused without touching the table.
-Access read_word(int port, Word word, uint32_t &value) noexcept;
-Access write_word(int port, Word word, uint32_t value) noexcept;
+// One word of one port, in its own holding of portSettingsMutex: not_ready
+// without the table; a port outside 0..numOfPorts-1 is out_of_range and
+// refused without touching the table.
+Status read_word(int port, Word word, uint32_t &value) noexcept;
+Status write_word(int port, Word word, uint32_t value) noexcept;
 
 // lastBCMError may be written by any thread; stores go through here so they
 // are single untorn writes.
@@ -61,7 +63,7 @@ int fail(int line, int error, const char *message, int port, diag::PortItem widt
          const char *step, int value, uint32_t severity = diag::kClassError) noexcept;
 
 // Reports a refused table access: -17 "PHY struct is NULL" or -18 "Wrong port".
-int fail_access(int line, Access access, int port, diag::PortItem width, const char *step,
+int fail_access(int line, Status access, int port, diag::PortItem width, const char *step,
                 int value) noexcept;
 
 // Calls the slot's callbacks of a logical port with (0, physical port, value),

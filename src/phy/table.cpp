@@ -30,31 +30,31 @@ uint32_t *word_of(int port, Word word)
     return &words[static_cast<unsigned>(word)];
 }
 
-Access check(int port)
+Status check(int port)
 {
     if (!portSettings)
-        return Access::NoTable;
+        return Status::not_ready;
     if (port < 0 || port >= numOfPorts)
-        return Access::BadPort;
-    return Access::Ok;
+        return Status::out_of_range;
+    return Status::ok;
 }
 
 }  // namespace
 
-Access read_word(int port, Word word, uint32_t &value) noexcept
+Status read_word(int port, Word word, uint32_t &value) noexcept
 {
     TableLock lock;
-    const Access a = check(port);
-    if (a == Access::Ok)
+    const Status a = check(port);
+    if (a == Status::ok)
         value = *word_of(port, word);
     return a;
 }
 
-Access write_word(int port, Word word, uint32_t value) noexcept
+Status write_word(int port, Word word, uint32_t value) noexcept
 {
     TableLock lock;
-    const Access a = check(port);
-    if (a == Access::Ok)
+    const Status a = check(port);
+    if (a == Status::ok)
         *word_of(port, word) = value;
     return a;
 }
@@ -72,12 +72,13 @@ int fail(int line, int error, const char *message, int port, diag::PortItem widt
     return 1;
 }
 
-int fail_access(int line, Access access, int port, diag::PortItem width, const char *step,
+int fail_access(int line, Status access, int port, diag::PortItem width, const char *step,
                 int value) noexcept
 {
-    if (access == Access::BadPort)
-        return fail(line, HAPI_PHY_E_WRONG_PORT, kMsgWrongPort, port, width, step, value);
-    return fail(line, HAPI_PHY_E_NO_TABLE, kMsgNoTable, port, width, step, value);
+    static constexpr CodeMap kAccessErrors{HAPI_PHY_E_NO_TABLE,
+                                           {{Status::out_of_range, HAPI_PHY_E_WRONG_PORT}}};
+    const char *message = access == Status::out_of_range ? kMsgWrongPort : kMsgNoTable;
+    return fail(line, kAccessErrors(access), message, port, width, step, value);
 }
 
 void invoke_callbacks(int port, unsigned slot, uint32_t value) noexcept

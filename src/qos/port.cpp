@@ -23,14 +23,13 @@ int setSysQvlanPortPriority(const char *ifname, unsigned priority)
     tc::Command command;
     int count = 0;
     switch (tc::count_prio(ifname, kPrioDefault, count, command)) {
-    case tc::CountResult::FormatFailed:
+    case Status::bad_argument:
         os::syslog(LOG_ERR, text::kCreatingCmdFailed, kStep, command);
         return 2;
-    case tc::CountResult::PipeFailed:
+    case Status::os_error:
         os::syslog(LOG_ERR, text::kOpeningPipeFailed, kStep);
         return 2;
-    case tc::CountResult::ReadFailed:  // no output: no filter to replace
-    case tc::CountResult::Ok:
+    default:  // no output: no filter to replace
         break;
     }
     if (count >= 1 && !tc::delete_prio(diag::kTagQos, ifname, kPrioDefault))

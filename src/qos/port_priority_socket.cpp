@@ -7,6 +7,7 @@
 
 #include "hapi/hapi_qos.h"
 #include "core/os.h"
+#include "core/owned.h"
 #include "qos/qos.h"
 #include "qos/commands.h"
 
@@ -16,8 +17,11 @@ inline constexpr int kPortPriorityProtocol = 30;
 
 bool vekInitPortPriorityMap()
 {
-    _portprio_sockfd = os::socket(AF_NETLINK, SOCK_RAW, kPortPriorityProtocol);
-    if (_portprio_sockfd < 0) {
+    UniqueFd sock(os::socket(AF_NETLINK, SOCK_RAW, kPortPriorityProtocol));
+    // Published at once: on a failed bind the closed number is kept, and a
+    // later send on it fails (EBADF).
+    _portprio_sockfd = sock.get();
+    if (!sock) {
         os::syslog(LOG_ERR, text::kSocketOpenFailed, _portprio_sockfd);
         return false;
     }
@@ -25,12 +29,12 @@ bool vekInitPortPriorityMap()
     self.nl_family = AF_NETLINK;
     self.nl_pid = static_cast<uint32_t>(::getpid());
     self.nl_groups = 0;
-    if (os::bind(_portprio_sockfd, reinterpret_cast<const sockaddr *>(&self), sizeof self) < 0) {
-        // The closed number is kept; a later send on it fails (EBADF).
-        os::close(_portprio_sockfd);
+    if (os::bind(sock.get(), reinterpret_cast<const sockaddr *>(&self), sizeof self) < 0) {
+        sock.reset();
         os::syslog(LOG_ERR, "%s", text::kSocketBindFailed);
         return false;
     }
+    sock.release();  // kept open for the life of the process
     return true;
 }
 

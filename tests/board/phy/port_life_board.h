@@ -58,7 +58,7 @@ inline std::vector<uint32_t> link_states(int port)
 inline uint32_t word(int port, hapi::phy::Word w)
 {
     uint32_t v = 0;
-    hapi::phy::read_word(port, w, v);
+    static_cast<void>(hapi::phy::read_word(port, w, v));  // 0 when the table cannot be read
     return v;
 }
 inline uint32_t link_state(int port) { return word(port, hapi::phy::Word::LinkState); }

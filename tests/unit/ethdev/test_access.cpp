@@ -136,7 +136,7 @@ TEST_F(SharedContext, StatisticsFillTheDumpOfTheNamedPort)
     EXPECT_EQ(words[VEKETH_REGS_WORDS - 1], 3u << 16 | (VEKETH_REGS_WORDS - 1));
 
     hapi::eth::RegisterWords copy{};
-    ASSERT_EQ(hapi::eth::fetch_dump("port03", copy), 0);
+    ASSERT_EQ(hapi::eth::fetch_dump("port03", copy), hapi::Status::ok);
     EXPECT_EQ(copy[40], 4u << 16 | 40);
 }
 

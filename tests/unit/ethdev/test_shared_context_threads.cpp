@@ -32,7 +32,7 @@ TEST_F(SharedContextThreads, LinkScanAndStatisticsDoNotMixRequests)
         hapi::eth::RegisterWords words{};
         for (int pass = 0; pass < kPasses; ++pass) {
             const uint32_t p = 1 + pass % 4;
-            if (hapi::eth::fetch_dump(name_of(p).c_str(), words) != 0) {
+            if (hapi::eth::fetch_dump(name_of(p).c_str(), words) != hapi::Status::ok) {
                 ++failedFetches;
                 continue;
             }

@@ -8,7 +8,7 @@
 
 namespace {
 
-using hapi::phy::Access;
+using hapi::Status;
 using hapi::phy::Word;
 using vekpf::LogItem;
 
@@ -34,14 +34,14 @@ TEST_F(PhyTableMissing, FailsWith17AndReturnLastErrorClearsIt)
 
 TEST_F(PhyTable, WordsAreSingleFieldsAndPortsOutsideTheTableAreRefused)
 {
-    ASSERT_EQ(hapi::phy::write_word(3, Word::Advertisement, 0x2F), Access::Ok);
+    ASSERT_EQ(hapi::phy::write_word(3, Word::Advertisement, 0x2F), Status::ok);
     EXPECT_EQ(portSettings[3].advertisement, 0x2Fu);
     uint32_t v = 99;
-    ASSERT_EQ(hapi::phy::read_word(3, Word::LedState, v), Access::Ok);
+    ASSERT_EQ(hapi::phy::read_word(3, Word::LedState, v), Status::ok);
     EXPECT_EQ(v, 0u);
 
-    EXPECT_EQ(hapi::phy::write_word(kPorts, Word::LinkState, 1), Access::BadPort);
-    EXPECT_EQ(hapi::phy::read_word(-1, Word::LinkState, v), Access::BadPort);
+    EXPECT_EQ(hapi::phy::write_word(kPorts, Word::LinkState, 1), Status::out_of_range);
+    EXPECT_EQ(hapi::phy::read_word(-1, Word::LinkState, v), Status::out_of_range);
     EXPECT_EQ(v, 0u);
     for (int p = 0; p < kPorts; ++p)
         EXPECT_EQ(portSettings[p].linkState, 0u);
