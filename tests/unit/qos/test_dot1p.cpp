@@ -91,7 +91,9 @@ TEST_F(Dot1pMapping, InitStopsAtTheFirstFailure)
     }
 }
 
-TEST_F(Dot1pMapping, NewMapReappliesEachPortsDefaultPriorityThroughIt)
+// Port by port: PCP filters, the map, then the port's default priority through
+// it. A failed port leaves the earlier ones and the map on the new one.
+TEST_F(Dot1pMapping, NewMapIsAppliedPortByPort)
 {
     dot1d_port_default_priority[1] = 3;
     os().pipeOutput[count_default("port01")] = "1\n";  // port01 has a default filter to replace
@@ -107,12 +109,10 @@ TEST_F(Dot1pMapping, NewMapReappliesEachPortsDefaultPriorityThroughIt)
     EXPECT_EQ(0, std::memcmp(read.map, record.map, 8));
     EXPECT_EQ(hapiSysQosDot1pMappingGet(nullptr, 0, nullptr), 1);
     EXPECT_EQ(hapiSysQosDot1pMappingSet(nullptr, 0, nullptr), 1);
-}
 
-TEST_F(Dot1pMapping, FailedPortLeavesEarlierPortsOnTheNewMap)
-{
+    fake::reset();
     os().shellResult[pcp_filter("port01", 4, 8)] = 1;
-    hapiDot1pMappingRecord record = {{}, {0, 0, 0, 0, 0, 0, 0, 0}};
+    record = {{}, {0, 0, 0, 0, 0, 0, 0, 0}};
     EXPECT_EQ(hapiSysQosDot1pMappingSet(nullptr, 0, &record), 1);
     EXPECT_EQ(os().commands.back(), pcp_filter("port01", 4, 8));
     EXPECT_TRUE(os().logged("hapiSysQosDot1pMappingSet: Error in applying user defined 802.1p mapping! \n"));
