@@ -1,135 +1,83 @@
+#include <array>
 #include <cerrno>
 #include <cstring>
-#include <net/if.h>
 #include <syslog.h>
 
-#include "hapi/hapi_init.h"
-#include "hapi/hapi_port.h"
-#include "core/port_map.h"
-#include "unit_fixture.h"
+#include "core_fixture.h"
 
 namespace {
 
-class HwDescription : public UnitTest {
-protected:
-    void SetUp() override
-    {
-        UnitTest::SetUp();
-        add_front_interfaces();
-    }
-    const unsigned char *mac_of(const char *name) { return os().find(std::string(name))->hwaddr; }
-};
+using Mac = std::array<unsigned char, 6>;
 
-TEST_F(HwDescription, FillsTheRecordAndMapsTheFrontPorts)
+using HwDescription = CoreTest;
+
+// Addresses of port00..port03; zero for a missing one.
+std::array<Mac, 4> macs()
+{
+    std::array<Mac, 4> all = {};
+    for (int n = 1; n <= 4; ++n)
+        if (const fake::Interface *i = fake::os().find(hapi_test::port_name(n)))
+            std::memcpy(all[n - 1].data(), i->hwaddr, 6);
+    return all;
+}
+
+TEST_F(HwDescription, FillsTheRecordAndMapsTheConvertibleFrontPorts)
 {
     std::memset(&torvikSwitchingHw, 0x5A, sizeof torvikSwitchingHw);
+    platform().uspToPhysical.erase(3);
     ASSERT_EQ(hapiInit(), 0);
     EXPECT_EQ(torvikSwitchingHw.unitCount, 1u);
     EXPECT_EQ(torvikSwitchingHw.portCount, 4u);
-    const SwitchPortMapEntry &internal = torvikSwitchingHw.portMap[0];
-    EXPECT_EQ(internal.unit, 0);
-    EXPECT_EQ(internal.module, 0);
-    EXPECT_EQ(internal.physicalPort, 0);
-    for (int n = 1; n <= 4; ++n) {
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].unit, 0);
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].module, 0);
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].physicalPort, n);
-    }
-    for (int n = 5; n < HAPI_MAX_LOGICAL_PORTS; ++n) {
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].unit, 0xFF);
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].module, 0xFF);
-        EXPECT_EQ(torvikSwitchingHw.portMap[n].physicalPort, -1);
+    for (int n = 0; n < HAPI_MAX_LOGICAL_PORTS; ++n) {
+        SCOPED_TRACE(n);
+        const SwitchPortMapEntry &e = torvikSwitchingHw.portMap[n];
+        const bool mapped = n <= 4 && n != 3;  // 0 is the internal port
+        EXPECT_EQ(e.unit, mapped ? 0 : 0xFF);
+        EXPECT_EQ(e.module, mapped ? 0 : 0xFF);
+        EXPECT_EQ(e.physicalPort, mapped ? n : -1);
     }
     EXPECT_EQ(platform().paramInitArgs, (std::vector<int>{0, 0, 1, 0, 0x100000, 0}));
     EXPECT_EQ(platform().paramInitName, "devparam-factorysettings");
 }
 
-TEST_F(HwDescription, InterfacesGetBaseMacPlusTheirIndex)
+// Interface n gets the base address with n added to its low word only; a
+// failure ends the walk with one log line. The socket is always closed.
+TEST_F(HwDescription, AddressWalk)
 {
-    platform().baseMac = {0x00, 0x0A, 0x0B, 0x0C, 0x00, 0x10};
-    ASSERT_EQ(hapiInit(), 0);
-    const unsigned char first[6] = {0x00, 0x0A, 0x0B, 0x0C, 0x00, 0x11};
-    const unsigned char third[6] = {0x00, 0x0A, 0x0B, 0x0C, 0x00, 0x13};
-    EXPECT_EQ(std::memcmp(mac_of("port00"), first, 6), 0);
-    EXPECT_EQ(std::memcmp(mac_of("port02"), third, 6), 0);
-    EXPECT_EQ(os().socketsOpen, 0);
-}
-
-TEST_F(HwDescription, LowWordWrapsWithoutCarryIntoByteThree)
-{
-    platform().baseMac = {0x00, 0x0A, 0x0B, 0x0C, 0xFF, 0xFF};
-    ASSERT_EQ(hapiInit(), 0);
-    const unsigned char first[6] = {0x00, 0x0A, 0x0B, 0x0C, 0x00, 0x00};
-    EXPECT_EQ(std::memcmp(mac_of("port00"), first, 6), 0);
-}
-
-TEST_F(HwDescription, NoInterfacesAssignsNothingAndClosesTheSocket)
-{
-    platform().physIntfCount = 0;
-    ASSERT_EQ(hapiInit(), 0);
-    const unsigned char zero[6] = {};
-    EXPECT_EQ(std::memcmp(mac_of("port00"), zero, 6), 0);
-    EXPECT_EQ(os().socketsOpened, 1);
-    EXPECT_EQ(os().socketsOpen, 0);
-}
-
-TEST_F(HwDescription, MissingInterfaceNameStopsTheWalk)
-{
-    os().interfaces.erase(os().interfaces.begin() + 1);  // index 2
-    ASSERT_EQ(hapiInit(), 0);
-    const unsigned char first[6] = {0x02, 0, 0, 0, 0x00, 0x11};
-    const unsigned char zero[6] = {};
-    EXPECT_EQ(std::memcmp(mac_of("port00"), first, 6), 0);
-    EXPECT_EQ(std::memcmp(mac_of("port02"), zero, 6), 0);
-    const std::string expected =
-        std::string("\nCouldn't find interface name for index : 2 @ veketh_Change_MacAddr, 214 due to errno  :") +
-        std::to_string(ENXIO) + ", " + std::strerror(ENXIO) + "\n";
-    ASSERT_EQ(os().logs.size(), 1u);
-    EXPECT_EQ(os().logs[0].priority, LOG_ERR);
-    EXPECT_EQ(os().logs[0].text, expected);
-    EXPECT_EQ(os().socketsOpen, 0);
-}
-
-TEST_F(HwDescription, RefusedAddressStopsTheWalk)
-{
-    os().find(std::string("port01"))->failHwaddr = true;
-    ASSERT_EQ(hapiInit(), 0);
-    const unsigned char zero[6] = {};
-    EXPECT_EQ(std::memcmp(mac_of("port02"), zero, 6), 0);
-    EXPECT_TRUE(os().logged(std::string("\nioctl failed @ veketh_Change_MacAddr, 234 with errno: ") +
-                            std::to_string(EBUSY) + ", " + std::strerror(EBUSY) + "\n"));
-    EXPECT_EQ(os().socketsOpen, 0);
-}
-
-TEST_F(HwDescription, SocketFailureAssignsNothingAndStartUpGoesOn)
-{
-    os().socketFails = true;
-    ASSERT_EQ(hapiInit(), 0);
-    EXPECT_TRUE(os().logged(std::string("\nCouldn't open socket @ veketh_Change_MacAddr, 207 with errno  :") +
-                            std::to_string(EMFILE) + ", " + std::strerror(EMFILE) + "\n"));
-    EXPECT_EQ(torvikSwitchingHw.portMap[4].physicalPort, 4);
-}
-
-TEST_F(HwDescription, UnconvertibleFrontPortStaysEmpty)
-{
-    platform().uspToPhysical.erase(3);
-    ASSERT_EQ(hapiInit(), 0);
-    EXPECT_EQ(torvikSwitchingHw.portMap[3].unit, 0xFF);
-    EXPECT_EQ(torvikSwitchingHw.portMap[3].module, 0xFF);
-    EXPECT_EQ(torvikSwitchingHw.portMap[3].physicalPort, -1);
-    EXPECT_EQ(hapi::ports::physical_of(3), -1);
-    EXPECT_EQ(hapi::ports::physical_of(4), 4);
-}
-
-TEST_F(HwDescription, StormControlLinkUpStubChangesNothing)
-{
-    ASSERT_EQ(hapiInit(), 0);
-    const auto before = torvikSwitchingHw;
-    const size_t commands = os().commands.size();
-    hapiBroadIfIngressStormCtlLinkUpNotify(2, 100);
-    hapiBroadIfIngressStormCtlLinkUpNotify(-7, 0xFFFFFFFF);
-    EXPECT_EQ(std::memcmp(&before, &torvikSwitchingHw, sizeof before), 0);
-    EXPECT_EQ(os().commands.size(), commands);
+    struct Row { const char *what; void (*arrange)(); int assigned; unsigned firstLow; std::string log; };
+    const auto error = [](int e) { return std::to_string(e) + ", " + std::strerror(e) + "\n"; };
+    const Row rows[] = {
+        {"base ..:00:10", [] { fake::platform().baseMac = {0x00, 0x0A, 0x0B, 0x0C, 0x00, 0x10}; }, 4, 0x11, ""},
+        {"low word wraps", [] { fake::platform().baseMac = {0x00, 0x0A, 0x0B, 0x0C, 0xFF, 0xFF}; }, 4, 0, ""},
+        {"no interfaces", [] { fake::platform().physIntfCount = 0; }, 0, 0, ""},
+        {"interface 2 missing", [] { fake::os().interfaces.erase(fake::os().interfaces.begin() + 1); }, 1, 0x11,
+         "\nCouldn't find interface name for index : 2 @ veketh_Change_MacAddr, 214 due to errno  :" + error(ENXIO)},
+        {"port01 refuses", [] { fake::os().find(std::string("port01"))->failHwaddr = true; }, 1, 0x11,
+         "\nioctl failed @ veketh_Change_MacAddr, 234 with errno: " + error(EBUSY)},
+        {"no socket", [] { fake::os().socketFails = true; }, 0, 0,
+         "\nCouldn't open socket @ veketh_Change_MacAddr, 207 with errno  :" + error(EMFILE)},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        SetUp();
+        add_front_interfaces();
+        row.arrange();
+        ASSERT_EQ(hapiInit(), 0);
+        const Mac &base = platform().baseMac;
+        std::array<Mac, 4> want = {};
+        for (int n = 0; n < row.assigned; ++n) {
+            const unsigned low = row.firstLow + static_cast<unsigned>(n);
+            want[n] = {base[0], base[1], base[2], base[3], static_cast<unsigned char>(low >> 8),
+                       static_cast<unsigned char>(low)};
+        }
+        EXPECT_EQ(macs(), want);
+        std::vector<fake::LogLine> logs;
+        if (!row.log.empty())
+            logs.push_back({LOG_ERR, row.log});
+        EXPECT_EQ(os().logs, logs);
+        EXPECT_EQ(os().socketsOpened, os().socketFails ? 0 : 1);
+        EXPECT_EQ(os().socketsOpen, 0);
+    }
 }
 
 }  // namespace

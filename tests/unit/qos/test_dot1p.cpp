@@ -1,144 +1,121 @@
+#include <array>
 #include <cstring>
 #include <linux/netlink.h>
+#include <syslog.h>
 #include <unistd.h>
 
-#include "hapi/hapi_init.h"
-#include "hapi/hapi_qos.h"
-#include "unit_fixture.h"
+#include "qos_fixture.h"
 
 namespace {
 
-const std::string kRoot00 = "tc qdisc add dev port00 parent root handle 1:0 prio bands 8";
+using namespace qos_text;
+using Bands = std::array<int, 8>;
+using Dot1pMapping = QosTest;
 
-std::string pcp_filter(const std::string &dev, int pcp, int band)
+const std::string kFronts[] = {"port00", "port01", "port02", "port03"};
+// PCP filter bands of the default map 2,0,1,3,4,5,6,7: class c is band 8 - c.
+const Bands kDefaultBands = {6, 8, 7, 5, 4, 3, 2, 1};
+
+void add_pcp_filters(std::vector<std::string> &c, const std::string &dev, const Bands &bands)
 {
-    static const char *hex = "02468ace";
-    return "tc filter add dev " + dev +
-           " ingress prio 2 protocol all basic match 'meta(vlan mask 0xe000 eq 0x" + hex[pcp] +
-           "000)' action skbedit priority 1:" + std::to_string(band);
+    for (int pcp = 0; pcp < 8; ++pcp)
+        c.push_back(pcp_filter(dev, pcp, bands[pcp]));
 }
 
-std::string default_filter(const std::string &dev, int band)
+// A port put on a map: its PCP filters replaced, then its default priority
+// filter added (after deleting the one present, when replacing).
+void add_mapping(std::vector<std::string> &c, const std::string &dev, const Bands &bands, int defaultBand,
+                 bool replace = false)
 {
-    return "tc filter add dev " + dev +
-           " ingress prio 3 protocol all basic match 'not cmp(u16 at 12 layer link mask 0xffff eq "
-           "0x8100)' action skbedit priority 1:" +
-           std::to_string(band) + " continue";
+    c.push_back(del_filters(dev, 2));
+    add_pcp_filters(c, dev, bands);
+    c.push_back(count_default(dev));
+    if (replace)
+        c.push_back(del_filters(dev, 3));
+    c.push_back(default_filter(dev, defaultBand));
 }
 
-std::string count_default(const std::string &dev)
+TEST_F(Dot1pMapping, InitBuildsEveryPortThenAppliesTheDefaultMapAndOpensTheSocket)
 {
-    return "tc filter show dev " + dev + " ingress | grep 'pref 3' | awk 'END{print NR}'";
-}
-
-class Dot1pMapping : public UnitTest {};
-
-TEST_F(Dot1pMapping, InitBuildsEveryPortThenTheDefaultMapAndTheSocket)
-{
-    int boundPid = 0;
+    sockaddr_nl bound = {};
     os().bindHook = [&](int, const sockaddr *a, socklen_t len) {
-        EXPECT_EQ(len, sizeof(sockaddr_nl));
-        auto *nl = reinterpret_cast<const sockaddr_nl *>(a);
-        EXPECT_EQ(nl->nl_family, AF_NETLINK);
-        EXPECT_EQ(nl->nl_groups, 0u);
-        boundPid = static_cast<int>(nl->nl_pid);
+        EXPECT_EQ(len, sizeof bound);
+        std::memcpy(&bound, a, sizeof bound);
         return 0;
     };
     hapiSysQosDot1pMappingInit();
 
-    const std::vector<std::string> port00 = {
-        kRoot00,
-        "tc qdisc add dev port00 ingress",
-        "tc qdisc add dev port00 parent 1:1 handle 10:0 sfq",
-        "tc qdisc add dev port00 parent 1:2 handle 20:0 sfq",
-        "tc qdisc add dev port00 parent 1:3 handle 30:0 sfq",
-        "tc qdisc add dev port00 parent 1:4 handle 40:0 sfq",
-        "tc qdisc add dev port00 parent 1:5 handle 50:0 sfq",
-        "tc qdisc add dev port00 parent 1:6 handle 60:0 sfq",
-        "tc qdisc add dev port00 parent 1:7 handle 70:0 sfq",
-        "tc qdisc add dev port00 parent 1:8 handle 80:0 sfq"};
-    const auto &c = os().commands;
-    ASSERT_EQ(c.size(), 4 * 10 + 4 * (1 + 8 + 1 + 1));
-    EXPECT_EQ(std::vector<std::string>(c.begin(), c.begin() + 10), port00);
-    EXPECT_EQ(c[30], "tc qdisc add dev port03 parent root handle 1:0 prio bands 8");
-    // Default map 2,0,1,3,4,5,6,7: class 1:(8 - map[pcp]).
-    const std::vector<std::string> mapping00 = {
-        "tc filter del dev port00 ingress prio 2",
-        pcp_filter("port00", 0, 6), pcp_filter("port00", 1, 8), pcp_filter("port00", 2, 7),
-        pcp_filter("port00", 3, 5), pcp_filter("port00", 4, 4), pcp_filter("port00", 5, 3),
-        pcp_filter("port00", 6, 2), pcp_filter("port00", 7, 1),
-        count_default("port00"), default_filter("port00", 6)};
-    EXPECT_EQ(std::vector<std::string>(c.begin() + 40, c.begin() + 51), mapping00);
-    EXPECT_EQ(c.back(), default_filter("port03", 6));
-
+    std::vector<std::string> want;
+    for (const std::string &dev : kFronts) {
+        want.insert(want.end(), {root(dev), "tc qdisc add dev " + dev + " ingress"});
+        for (int b = 1; b <= 8; ++b)
+            want.push_back(band(dev, b));
+    }
+    for (const std::string &dev : kFronts)
+        add_mapping(want, dev, kDefaultBands, 6);
+    EXPECT_EQ(os().commands, want);
     ASSERT_EQ(os().socketCalls.size(), 1u);
     EXPECT_EQ(os().socketCalls[0].domain, AF_NETLINK);
     EXPECT_EQ(os().socketCalls[0].type, SOCK_RAW);
     EXPECT_EQ(os().socketCalls[0].protocol, 30);
+    EXPECT_EQ(bound.nl_family, AF_NETLINK);
+    EXPECT_EQ(bound.nl_pid, static_cast<uint32_t>(getpid()));
+    EXPECT_EQ(bound.nl_groups, 0u);
     EXPECT_GE(_portprio_sockfd, 0);
-    EXPECT_EQ(boundPid, getpid());
     EXPECT_TRUE(os().logs.empty());
 }
 
-TEST_F(Dot1pMapping, RootFailureOnTheFirstPortStopsEverything)
+TEST_F(Dot1pMapping, InitStopsAtTheFirstFailure)
 {
-    os().shellResult[kRoot00] = 2;
-    hapiSysQosDot1pMappingInit();
-    EXPECT_EQ(os().commands, std::vector<std::string>{kRoot00});
-    EXPECT_TRUE(os().logged("[[QOS]] " + kRoot00 + " Failed "));
-    EXPECT_EQ(_portprio_sockfd, -1);
-    EXPECT_EQ(os().socketsOpened, 0);
-    const uint8_t initial[8] = {2, 0, 1, 3, 4, 5, 6, 7};
-    EXPECT_EQ(0, std::memcmp(dot1p_cos_map, initial, 8));
+    struct Row { const char *what; void (*arrange)(); size_t commands; std::vector<fake::LogLine> logs; bool fdKept; };
+    const fake::LogLine failed = {LOG_ERR, "hapiSysQosDot1pMappingInit: Failed to init socket! \n"};
+    const Row rows[] = {
+        {"root of port00", [] { fake::os().shellResult[root("port00")] = 2; }, 1,
+         {{LOG_ERR, "[[QOS]] " + root("port00") + " Failed "}}, false},
+        {"socket", [] { fake::os().socketFails = true; }, 84,
+         {{LOG_ERR, "vekInitPortPriorityMap error! _portprio_sockfd:-1 \n"}, failed}, false},
+        // The closed descriptor's number stays.
+        {"bind", [] { fake::os().bindHook = [](int, const sockaddr *, socklen_t) { return -1; }; }, 84,
+         {{LOG_ERR, "vekInitPortPriorityMap Failure in Socket bind \n"}, failed}, true},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        SetUp();
+        _portprio_sockfd = -1;
+        row.arrange();
+        hapiSysQosDot1pMappingInit();
+        EXPECT_EQ(os().commands.size(), row.commands);
+        EXPECT_EQ(os().logs, row.logs);
+        EXPECT_EQ(_portprio_sockfd >= 0, row.fdKept);
+        EXPECT_EQ(os().socketsOpen, 0);
+    }
 }
 
-TEST_F(Dot1pMapping, SocketFailuresAreLoggedAndBindFailureClosesIt)
-{
-    os().socketFails = true;
-    hapiSysQosDot1pMappingInit();
-    EXPECT_TRUE(os().logged("vekInitPortPriorityMap error! _portprio_sockfd:-1 \n"));
-    EXPECT_TRUE(os().logged("hapiSysQosDot1pMappingInit: Failed to init socket! \n"));
-
-    fake::reset();
-    os().bindHook = [](int, const sockaddr *, socklen_t) { return -1; };
-    hapiSysQosDot1pMappingInit();
-    EXPECT_TRUE(os().logged("vekInitPortPriorityMap Failure in Socket bind \n"));
-    EXPECT_TRUE(os().logged("hapiSysQosDot1pMappingInit: Failed to init socket! \n"));
-    EXPECT_EQ(os().socketsOpen, 0);
-    EXPECT_GE(_portprio_sockfd, 0);  // the closed number stays
-}
-
-TEST_F(Dot1pMapping, NewMapReappliesEachPortsDefaultPriorityThroughIt)
+// Port by port: PCP filters, the map, then the port's default priority through
+// it. A failed port leaves the earlier ones and the map on the new one.
+TEST_F(Dot1pMapping, NewMapIsAppliedPortByPort)
 {
     dot1d_port_default_priority[1] = 3;
-    os().pipeOutput[count_default("port01")] = "1\n";
+    os().pipeOutput[count_default("port01")] = "1\n";  // port01 has a default filter to replace
     hapiDot1pMappingRecord record = {{9, 9, 9, 9}, {7, 6, 5, 4, 3, 2, 1, 0}};
     ASSERT_EQ(hapiSysQosDot1pMappingSet(nullptr, 0, &record), 0);
-
-    const auto &c = os().commands;
-    EXPECT_EQ(c[1], pcp_filter("port00", 0, 1));
-    EXPECT_EQ(c[8], pcp_filter("port00", 7, 8));
-    EXPECT_EQ(c[10], default_filter("port00", 1));  // priority 0 -> class 7 -> 1:1
-    const std::vector<std::string> tail01 = {count_default("port01"),
-                                             "tc filter del dev port01 ingress prio 3",
-                                             default_filter("port01", 4)};
-    EXPECT_EQ(std::vector<std::string>(c.begin() + 20, c.begin() + 23), tail01);
+    std::vector<std::string> want;
+    for (int n = 0; n < 4; ++n)  // default priority 0 -> class 7 -> band 1; port01's 3 -> band 4
+        add_mapping(want, kFronts[n], {1, 2, 3, 4, 5, 6, 7, 8}, n == 1 ? 4 : 1, n == 1);
+    EXPECT_EQ(os().commands, want);
 
     hapiDot1pMappingRecord read = {};
     ASSERT_EQ(hapiSysQosDot1pMappingGet(nullptr, 0, &read), 0);
     EXPECT_EQ(0, std::memcmp(read.map, record.map, 8));
     EXPECT_EQ(hapiSysQosDot1pMappingGet(nullptr, 0, nullptr), 1);
     EXPECT_EQ(hapiSysQosDot1pMappingSet(nullptr, 0, nullptr), 1);
-}
 
-TEST_F(Dot1pMapping, FailedPortLeavesEarlierPortsOnTheNewMap)
-{
+    fake::reset();
     os().shellResult[pcp_filter("port01", 4, 8)] = 1;
-    hapiDot1pMappingRecord record = {{}, {0, 0, 0, 0, 0, 0, 0, 0}};
+    record = {{}, {0, 0, 0, 0, 0, 0, 0, 0}};
     EXPECT_EQ(hapiSysQosDot1pMappingSet(nullptr, 0, &record), 1);
     EXPECT_EQ(os().commands.back(), pcp_filter("port01", 4, 8));
-    EXPECT_TRUE(os().logged("hapiSysQosDot1pMappingSet: Error in applying user defined 802.1p "
-                            "mapping! \n"));
+    EXPECT_TRUE(os().logged("hapiSysQosDot1pMappingSet: Error in applying user defined 802.1p mapping! \n"));
     EXPECT_EQ(0, std::memcmp(dot1p_cos_map, record.map, 8));
 
     // A class without a band touches no port.
@@ -151,8 +128,9 @@ TEST_F(Dot1pMapping, FailedPortLeavesEarlierPortsOnTheNewMap)
 TEST_F(Dot1pMapping, PortFiltersOfTheRebuild)
 {
     EXPECT_EQ(sysQosPortDot1pMappingSet("port02"), 0);
-    ASSERT_EQ(os().commands.size(), 8u);
-    EXPECT_EQ(os().commands[2], pcp_filter("port02", 2, 7));
+    std::vector<std::string> want;
+    add_pcp_filters(want, "port02", kDefaultBands);
+    EXPECT_EQ(os().commands, want);
 
     fake::reset();
     os().shellResult[pcp_filter("port02", 0, 6)] = 256;
@@ -162,7 +140,7 @@ TEST_F(Dot1pMapping, PortFiltersOfTheRebuild)
 
     fake::reset();
     EXPECT_EQ(sysQosPortDot1pMappingUnset("port02"), 0);
-    EXPECT_EQ(os().commands, std::vector<std::string>{"tc filter del dev port02 ingress prio 2"});
+    EXPECT_EQ(os().commands, std::vector<std::string>{del_filters("port02", 2)});
     EXPECT_EQ(sysQosPortDot1pMappingSet(nullptr), 1);
     EXPECT_EQ(sysQosPortDot1pMappingUnset(nullptr), 1);
 }

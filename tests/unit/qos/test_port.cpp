@@ -1,61 +1,43 @@
-#include "hapi/hapi_init.h"
-#include "hapi/hapi_qos.h"
 #include "qos/qos.h"
-#include "unit_fixture.h"
+#include "qos_fixture.h"
 
 namespace {
 
-const std::string kCount01 = "tc filter show dev port01 ingress | grep 'pref 3' | awk 'END{print NR}'";
+using namespace qos_text;
 
-// Front ports at kernel indexes 7..10, as on a PC; index 5 is some other device.
-class QosPort : public UnitTest {
+class QosPort : public QosTest {
 protected:
     void SetUp() override
     {
-        UnitTest::SetUp();
-        platform().uspToPhysical = {{1, 7}, {2, 8}, {3, 9}, {4, 10}};
-        for (unsigned n = 0; n < 4; ++n)
-            fake::add_interface("port0" + std::to_string(n), 7 + n);
-        fake::add_interface("eth9", 5);
-        ASSERT_EQ(hapiInit(), 0);
-        forget();
-    }
-    void forget()
-    {
-        os().commands.clear();
-        os().logs.clear();
-        os().shellResult.clear();
+        QosTest::SetUp();
+        start_with_pc_indexes();
+        fake::add_interface("eth9", 5);  // some other device
     }
 };
 
 TEST_F(QosPort, DefaultPriorityFilterIsReplacedOnlyWhenPresent)
 {
     using hapi::qos::setSysQvlanPortPriority;
-    const std::string add =
-        "tc filter add dev port01 ingress prio 3 protocol all basic match 'not cmp(u16 at 12 layer "
-        "link mask 0xffff eq 0x8100)' action skbedit priority 1:1 continue";
     EXPECT_EQ(setSysQvlanPortPriority("port01", 7), 0);
-    EXPECT_EQ(os().commands, (std::vector<std::string>{kCount01, add}));
+    EXPECT_EQ(os().commands, (std::vector<std::string>{count_default("port01"), default_filter("port01", 1)}));
 
-    forget();
-    os().pipeOutput[kCount01] = "2\n";
-    os().shellResult["tc filter del dev port01 ingress prio 3"] = 1;
+    fake::reset();
+    os().pipeOutput[count_default("port01")] = "2\n";
+    os().shellResult[del_filters("port01", 3)] = 1;
     EXPECT_EQ(setSysQvlanPortPriority("port01", 7), 1);
-    EXPECT_EQ(os().commands.back(), "tc filter del dev port01 ingress prio 3");
+    EXPECT_EQ(os().commands.back(), del_filters("port01", 3));
 
-    forget();
+    fake::reset();
     EXPECT_EQ(setSysQvlanPortPriority("port01", 8), 1);
     EXPECT_TRUE(os().commands.empty());
     EXPECT_TRUE(os().logged("setSysQvlanPortPriority: Error in priority value! \n"));
 
-    os().pipeFails.push_back(kCount01);
+    os().pipeFails.push_back(count_default("port01"));
     EXPECT_EQ(setSysQvlanPortPriority("port01", 0), 2);
     EXPECT_TRUE(os().logged("setSysQvlanPortPriority: Error in opening pipe! \n"));
 
-    const std::string longName(300, 'x');
-    EXPECT_EQ(setSysQvlanPortPriority(longName.c_str(), 0), 2);
-    EXPECT_EQ(os().logs.back().text.rfind("setSysQvlanPortPriority: Error in creating cmd! tc filter", 0),
-              0u);
+    EXPECT_EQ(setSysQvlanPortPriority(std::string(300, 'x').c_str(), 0), 2);
+    EXPECT_EQ(os().logs.back().text.rfind("setSysQvlanPortPriority: Error in creating cmd! tc filter", 0), 0u);
 }
 
 TEST_F(QosPort, UnsetMakesARoutingPortAndResetClearsItThroughThePortMap)
@@ -66,7 +48,7 @@ TEST_F(QosPort, UnsetMakesARoutingPortAndResetClearsItThroughThePortMap)
     EXPECT_EQ(sysQvlanPortPriorityUnset(nullptr), 1);
     EXPECT_TRUE(os().commands.empty());
 
-    os().shellResult["tc filter del dev port02 ingress prio 3"] = 1;
+    os().shellResult[del_filters("port02", 3)] = 1;
     EXPECT_EQ(sysQvlanPortPriorityUnset("port02"), 1);
     EXPECT_EQ(routing_portmap[2], 0);
     EXPECT_EQ(dot1d_port_default_priority[2], 5);
@@ -88,21 +70,23 @@ TEST_F(QosPort, QdiscTeardownAndRebuild)
     EXPECT_EQ(sysQosPortDelQdisc("port03"), 0);
     EXPECT_EQ(os().commands, (std::vector<std::string>{"tc qdisc del dev port03 ingress",
                                                        "tc qdisc del dev port03 parent root"}));
-    forget();
+    fake::reset();
     os().shellResult["tc qdisc del dev port03 ingress"] = 1;
     EXPECT_EQ(sysQosPortDelQdisc("port03"), 1);
     EXPECT_EQ(os().commands.size(), 1u);
     EXPECT_TRUE(os().logged("sysQosPortDelQdisc: Error in removing ingress qdisc on port03!\n"));
 
-    forget();
+    // Rebuilt in another order than at start-up: the ingress discipline last.
+    fake::reset();
     EXPECT_EQ(sysQosPortAddQdisc("port03"), 0);
-    ASSERT_EQ(os().commands.size(), 10u);
-    EXPECT_EQ(os().commands[0], "tc qdisc add dev port03 parent root handle 1:0 prio bands 8");
-    EXPECT_EQ(os().commands[8], "tc qdisc add dev port03 parent 1:8 handle 80:0 sfq");
-    EXPECT_EQ(os().commands[9], "tc qdisc add dev port03 ingress");
+    std::vector<std::string> want = {root("port03")};
+    for (int b = 1; b <= 8; ++b)
+        want.push_back(band("port03", b));
+    want.push_back("tc qdisc add dev port03 ingress");
+    EXPECT_EQ(os().commands, want);
 
-    forget();
-    os().shellResult["tc qdisc add dev port03 parent 1:3 handle 30:0 sfq"] = 1;
+    fake::reset();
+    os().shellResult[band("port03", 3)] = 1;
     EXPECT_EQ(sysQosPortAddQdisc("port03"), 1);
     EXPECT_EQ(os().commands.size(), 4u);
     EXPECT_TRUE(os().logged("[[QOS]] tc qdisc add dev port03 parent 1:3 handle 30:0 sfq Failed "));
