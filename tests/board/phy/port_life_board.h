@@ -133,12 +133,6 @@ inline size_t link_reports(int port, bool up)
                         ": " + std::to_string(port));
 }
 
-inline bool interface_up(int port)
-{
-    const auto flags = board::read_file("/sys/class/net/" + board::port_if(port) + "/flags");
-    return flags && (std::stoul(*flags, nullptr, 16) & 0x1);
-}
-
 }  // namespace port_life
 
 class PortLifeBoard : public BoardTest {
