@@ -24,6 +24,8 @@ std::string env(const char *name)
     return v ? v : "";
 }
 
+}  // namespace
+
 std::string quote(const std::string &text)
 {
     std::string q = "'";
@@ -31,8 +33,6 @@ std::string quote(const std::string &text)
         q += (c == '\'') ? std::string("'\\''") : std::string(1, c);
     return q + "'";
 }
-
-}  // namespace
 
 bool inside() { return !env("HAPI_BOARD_NAME").empty() && !env("HAPI_BOARD_DIR").empty(); }
 

@@ -39,6 +39,8 @@
 
 namespace board {
 
+// text in single quotes for /bin/sh.
+std::string quote(const std::string &text);
 // True inside a board made by boardsim (HAPI_BOARD_NAME and HAPI_BOARD_DIR set).
 bool inside();
 // Why board tests cannot run here, empty when they can.
