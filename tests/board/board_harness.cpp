@@ -24,6 +24,8 @@ std::string env(const char *name)
     return v ? v : "";
 }
 
+}  // namespace
+
 std::string quote(const std::string &text)
 {
     std::string q = "'";
@@ -31,8 +33,6 @@ std::string quote(const std::string &text)
         q += (c == '\'') ? std::string("'\\''") : std::string(1, c);
     return q + "'";
 }
-
-}  // namespace
 
 bool inside() { return !env("HAPI_BOARD_NAME").empty() && !env("HAPI_BOARD_DIR").empty(); }
 
@@ -46,8 +46,7 @@ std::string unavailable_reason()
 }
 
 std::string name() { return env("HAPI_BOARD_NAME"); }
-std::string run_dir() { return env("HAPI_BOARD_DIR"); }
-std::string run_file(const std::string &file) { return run_dir() + "/" + file; }
+std::string run_file(const std::string &file) { return env("HAPI_BOARD_DIR") + "/" + file; }
 
 std::optional<std::string> read_file(const std::string &path)
 {
@@ -61,7 +60,11 @@ std::optional<std::string> read_file(const std::string &path)
 
 std::string port_if(int n) { return hapi_test::port_name(n); }
 
-std::string station_ip(int n) { return "10.0.0." + std::to_string(n); }
+bool interface_up(const std::string &ifname)
+{
+    const auto flags = read_file("/sys/class/net/" + ifname + "/flags");
+    return flags && (std::stoul(*flags, nullptr, 16) & IFF_UP);
+}
 
 Result run(const std::string &command)
 {
@@ -95,7 +98,7 @@ bool sfp(int n, int signal)
 
 bool ping(int from, int to, int count)
 {
-    return station(from, "ping -q -n -c " + std::to_string(count) + " -i 0.05 -W 2 " + station_ip(to))
+    return station(from, "ping -q -n -c " + std::to_string(count) + " -i 0.05 -W 2 10.0.0." + std::to_string(to))
                .status == 0;
 }
 
@@ -105,14 +108,6 @@ std::optional<uint64_t> counter(const std::string &ifname, const std::string &st
     if (!text)
         return std::nullopt;
     return std::strtoull(text->c_str(), nullptr, 10);
-}
-
-std::optional<uint64_t> station_counter(int n, const std::string &stat)
-{
-    const Result r = station(n, "cat /sys/class/net/eth0/statistics/" + stat);
-    if (r.status != 0)
-        return std::nullopt;
-    return std::strtoull(r.output.c_str(), nullptr, 10);
 }
 
 int ethtool(const std::string &ifname, void *record)

@@ -39,19 +39,20 @@
 
 namespace board {
 
+// text in single quotes for /bin/sh.
+std::string quote(const std::string &text);
 // True inside a board made by boardsim (HAPI_BOARD_NAME and HAPI_BOARD_DIR set).
 bool inside();
 // Why board tests cannot run here, empty when they can.
 std::string unavailable_reason();
 std::string name();
-std::string run_dir();
-std::string run_file(const std::string &file);  // run_dir() + "/" + file
+std::string run_file(const std::string &file);  // in the board's run directory
 std::optional<std::string> read_file(const std::string &path);
 
 // "port%02u" of front port n (1..4); station n is attached to it.
 std::string port_if(int n);
-// Station n's address, 10.0.0.n.
-std::string station_ip(int n);
+// IFF_UP of an interface of the board, from sysfs.
+bool interface_up(const std::string &ifname);
 
 struct Result {
     int status = -1;     // exit status, -1 when it could not run or was killed
@@ -66,13 +67,11 @@ bool link(int n, bool up);
 // Port n's SFP signal-detect reading.
 bool sfp(int n, int signal);
 
-// count pings from station `from` to station `to`, one every 50 ms; true when all replied.
+// count pings from station `from` to station `to` (10.0.0.n), one every 50 ms; true when all replied.
 bool ping(int from, int to, int count = 1);
 
 // A counter of the kernel's interface statistics (/sys/class/net/IF/statistics/NAME).
 std::optional<uint64_t> counter(const std::string &ifname, const std::string &stat);
-// The same for station n's eth0.
-std::optional<uint64_t> station_counter(int n, const std::string &stat);
 
 // One SIOCETHTOOL request on `ifname` from this process; 0 or errno.
 int ethtool(const std::string &ifname, void *record);
@@ -92,6 +91,10 @@ public:
     // Drops whatever has been received so far.
     void drain();
     static std::vector<uint8_t> mac(int station);  // 02:00:00:00:01:0n
+    // A frame from src to dst: the two addresses, then `type`
+    // (by default a local experimental EtherType), padded to `size`.
+    static std::vector<uint8_t> frame(const std::vector<uint8_t> &src, std::vector<uint8_t> dst, size_t size = 60,
+                                      std::initializer_list<uint8_t> type = {0x88, 0xb5});
 
 private:
     int fd_ = -1;

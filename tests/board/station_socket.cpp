@@ -92,4 +92,13 @@ std::vector<uint8_t> StationSocket::mac(int station)
     return {0x02, 0x00, 0x00, 0x00, 0x01, static_cast<uint8_t>(station)};
 }
 
+std::vector<uint8_t> StationSocket::frame(const std::vector<uint8_t> &src, std::vector<uint8_t> dst, size_t size,
+                                          std::initializer_list<uint8_t> type)
+{
+    dst.insert(dst.end(), src.begin(), src.end());
+    dst.insert(dst.end(), type);
+    dst.resize(std::max(size, dst.size()), 0x5a);
+    return dst;
+}
+
 }  // namespace board

@@ -4,9 +4,8 @@
 // is an SFP port (type 4). Once per process; ctest gives each test its own.
 #pragma once
 
-#include <fstream>
+#include <cstdlib>
 #include <mutex>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -24,34 +23,30 @@ inline constexpr int kSfpPort = 3;
 
 // Link callback calls seen by the test: (physical port, state). Never
 // destroyed: the library's threads call back until the process ends.
-struct LinkCall {
-    uint32_t physical, state;
+struct LinkCalls {
+    std::mutex lock;
+    std::vector<std::pair<uint32_t, uint32_t>> calls;
 };
-inline std::mutex &calls_lock()
+inline LinkCalls &link_calls()
 {
-    static std::mutex &m = *new std::mutex;
-    return m;
-}
-inline std::vector<LinkCall> &link_calls()
-{
-    static std::vector<LinkCall> &calls = *new std::vector<LinkCall>;
-    return calls;
+    static LinkCalls &c = *new LinkCalls;
+    return c;
 }
 inline int record_link(uint32_t, uint32_t physical, uint32_t state)
 {
-    std::lock_guard guard(calls_lock());
-    link_calls().push_back({physical, state});
+    std::lock_guard guard(link_calls().lock);
+    link_calls().calls.emplace_back(physical, state);
     return 0;
 }
 // Link callback calls of a port so far.
 inline std::vector<uint32_t> link_states(int port)
 {
     const auto physical = static_cast<uint32_t>(torvikSwitchingHw.portMap[port].physicalPort);
-    std::lock_guard guard(calls_lock());
+    std::lock_guard guard(link_calls().lock);
     std::vector<uint32_t> states;
-    for (const LinkCall &c : link_calls())
-        if (c.physical == physical)
-            states.push_back(c.state);
+    for (const auto &[p, state] : link_calls().calls)
+        if (p == physical)
+            states.push_back(state);
     return states;
 }
 
@@ -62,21 +57,6 @@ inline uint32_t word(int port, hapi::phy::Word w)
     return v;
 }
 inline uint32_t link_state(int port) { return word(port, hapi::phy::Word::LinkState); }
-
-// The board's description with port kSfpPort made an SFP port; written before
-// the platform first reads it.
-inline bool make_sfp_port()
-{
-    const std::string path = board::run_file("board.conf");
-    std::ifstream in(path);
-    std::ostringstream out;
-    std::string line;
-    const std::string copper = "port_type " + std::to_string(kSfpPort) + " ";
-    while (std::getline(in, line))
-        out << (line.rfind(copper, 0) == 0 ? copper + "4" : line) << '\n';
-    std::ofstream(path + ".tmp") << out.str();
-    return std::rename((path + ".tmp").c_str(), path.c_str()) == 0;
-}
 
 inline int set_state(int (*op)(const usp_t *, uint32_t, PhyStateCommand *), int port, uint16_t value)
 {
@@ -89,7 +69,10 @@ inline int set_state(int (*op)(const usp_t *, uint32_t, PhyStateCommand *), int 
 inline std::string bring_up()
 {
     static std::string failure = [] () -> std::string {
-        if (!make_sfp_port())
+        // The board's description with port kSfpPort made an SFP port,
+        // written before the platform first reads it.
+        if (board::run("sed -i 's/^port_type " + std::to_string(kSfpPort) + " .*/port_type " +
+                       std::to_string(kSfpPort) + " 4/' " + board::run_file("board.conf")).status != 0)
             return "cannot describe the SFP port";
         const int interfaces = hapi::startup::describe_hardware();
         veketh_intf_init();
@@ -115,28 +98,13 @@ inline std::string bring_up()
     return failure;
 }
 
-// Lines of the board's structured log that start with `head` and end with `tail`.
-inline size_t veklog_count(const std::string &head, const std::string &tail)
-{
-    std::ifstream in(board::run_file("veklog"));
-    size_t n = 0;
-    std::string line;
-    while (std::getline(in, line))
-        n += line.rfind(head, 0) == 0 && line.size() >= tail.size() &&
-             line.compare(line.size() - tail.size(), tail.size(), tail) == 0;
-    return n;
-}
+// Link reports of a port in the board's structured log so far.
 inline size_t link_reports(int port, bool up)
 {
-    return veklog_count(up ? "veklog 0x3D00C8 class 13 facility 61 src/phy_hapi:"
-                           : "veklog 0x3D00C9 class 13 facility 61 src/phy_hapi:",
-                        ": " + std::to_string(port));
-}
-
-inline bool interface_up(int port)
-{
-    const auto flags = board::read_file("/sys/class/net/" + board::port_if(port) + "/flags");
-    return flags && (std::stoul(*flags, nullptr, 16) & 0x1);
+    const std::string r = board::run(std::string("grep -c '^veklog 0x3D00") + (up ? "C8" : "C9") +
+                                     " class 13 facility 61 src/phy_hapi:.*: " + std::to_string(port) + "$' " +
+                                     board::run_file("veklog")).output;
+    return std::strtoul(r.c_str(), nullptr, 10);
 }
 
 }  // namespace port_life

@@ -9,7 +9,6 @@
 #include <thread>
 
 #include "port_life_board.h"
-#include "station_cable.h"
 
 using namespace std::chrono_literals;
 using namespace port_life;
@@ -21,11 +20,6 @@ constexpr auto kSeenWithin = 5s;  // generous: sanitizers on a busy 2-core machi
 
 TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
 {
-    std::array<std::unique_ptr<StationCable>, 5> cables;
-    for (int n = 1; n <= 4; ++n) {
-        cables[n] = std::make_unique<StationCable>(n);
-        ASSERT_TRUE(cables[n]->ok()) << "station " << n;
-    }
     std::array<std::mutex, 5> portBusy;  // held by the flapper for its port
     std::atomic<bool> stop{false};
     std::atomic<long> statsReads{0}, adminChanges{0}, adminFailures{0}, passes{0};
@@ -67,10 +61,10 @@ TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
     for (int flap = 0; flap < kFlaps; ++flap) {
         const int n = flap % 4 + 1;
         std::lock_guard busy(portBusy[n]);
-        if (!cables[n]->plug(false) ||
+        if (!board::link(n, false) ||
             !board::wait_until([&] { return link_state(n) == HAPI_LINK_DOWN; }, kSeenWithin, 1ms))
             break;
-        if (!cables[n]->plug(true) ||
+        if (!board::link(n, true) ||
             !board::wait_until([&] { return link_state(n) == HAPI_LINK_UP; }, kSeenWithin, 1ms))
             break;
         ++seen;

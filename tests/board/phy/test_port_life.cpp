@@ -14,18 +14,14 @@ constexpr auto kScanDeadline = 3500ms;
 
 // Whether the notification channel publishes, before the deadline, the
 // status message of `port` with these flags and changed bits.
-bool published(const netlink_peer::Peer &listener, int port, uint32_t flags, uint32_t change,
-               std::chrono::milliseconds within = 1500ms)
+bool published(const netlink_peer::Peer &listener, int port, uint32_t flags, uint32_t change)
 {
-    const auto deadline = std::chrono::steady_clock::now() + within;
-    while (std::chrono::steady_clock::now() < deadline) {
+    return board::wait_until([&] {
         const auto r = listener.receive_from(notify_wire::kOwnPort, 100ms);
-        if (r && r->bytes == notify_wire::encode({.nlFlags = notify_wire::kSentFlags,
-                                                  .seq = notify_wire::seq_of(r->bytes), .ifIndex = port,
-                                                  .flags = flags, .change = change}))
-            return true;
-    }
-    return false;
+        return r && r->bytes == notify_wire::encode({.nlFlags = notify_wire::kSentFlags,
+                                                     .seq = notify_wire::seq_of(r->bytes), .ifIndex = port,
+                                                     .flags = flags, .change = change});
+    }, 1500ms, 0ms);
 }
 
 TEST_F(PortLifeBoard, StationLinkFlapIsSeenWithinOneScanPeriod)
@@ -82,16 +78,16 @@ TEST_F(PortLifeBoard, SfpPortFollowsItsSignalOnlyWhileTheLinkIsUp)
 TEST_F(PortLifeBoard, AdminDisableWithPowerOffTakesTheInterfaceDown)
 {
     constexpr int kPort = 4;
-    ASSERT_TRUE(interface_up(kPort));
+    ASSERT_TRUE(board::interface_up(board::port_if(kPort)));
     ASSERT_EQ(set_state(hapiPhyPowerState, kPort, HAPI_POWER_OFF), 0);
-    EXPECT_TRUE(interface_up(kPort));  // remembered while enabled
+    EXPECT_TRUE(board::interface_up(board::port_if(kPort)));  // remembered while enabled
     ASSERT_EQ(set_state(hapiPhyAdminstate, kPort, HAPI_ADMIN_DISABLED), 0);
-    EXPECT_FALSE(interface_up(kPort));
+    EXPECT_FALSE(board::interface_up(board::port_if(kPort)));
     EXPECT_TRUE(board::wait_until([] { return link_state(kPort) == HAPI_LINK_DOWN; }, kScanDeadline));
     EXPECT_FALSE(board::ping(1, kPort));
 
     ASSERT_EQ(set_state(hapiPhyAdminstate, kPort, HAPI_ADMIN_ENABLED), 0);
-    EXPECT_TRUE(interface_up(kPort));
+    EXPECT_TRUE(board::interface_up(board::port_if(kPort)));
     EXPECT_TRUE(board::wait_until([] { return link_state(kPort) == HAPI_LINK_UP; }, kScanDeadline));
     EXPECT_TRUE(board::wait_until([] { return board::ping(1, kPort); }, 5s, 200ms));
 }

@@ -91,11 +91,8 @@ TEST_F(QosQueues, TaggedFrameIsCountedByItsPcpFilterOnly)
 
     board::StationSocket station(1);
     ASSERT_TRUE(station.ok());
-    std::vector<uint8_t> frame = board::StationSocket::mac(2);
-    const auto src = board::StationSocket::mac(1);
-    frame.insert(frame.end(), src.begin(), src.end());
-    frame.insert(frame.end(), {0x81, 0x00, 0xa0, 0x64, 0x88, 0xb5});  // PCP 5, VID 100
-    frame.resize(64, 0x5a);
+    const auto frame = board::StationSocket::frame(board::StationSocket::mac(1), board::StationSocket::mac(2), 64,
+                                                   {0x81, 0x00, 0xa0, 0x64, 0x88, 0xb5});  // PCP 5, VID 100
     constexpr int kFrames = 5;
     for (int i = 0; i < kFrames; ++i)
         ASSERT_TRUE(station.send(frame));
