@@ -30,22 +30,6 @@ protected:
         request.hdr.nlmsg_type = RTM_GETLINK;
         request.hdr.nlmsg_flags = NLM_F_DUMP;
     }
-    // Every datagram of the script comes back for the next request sent.
-    void answer_with(std::function<std::vector<fake::Datagram>(uint32_t seq, uint32_t port)> script)
-    {
-        fake::netlink().answer = [script](fake::NetlinkSocket &from, const fake::Sent &sent) {
-            const auto *hdr = reinterpret_cast<const nlmsghdr *>(sent.bytes.data());
-            for (fake::Datagram &d : script(hdr->nlmsg_seq, hdr->nlmsg_pid))
-                from.inbox.push_back(std::move(d));
-        };
-    }
-    static Bytes join(std::initializer_list<Bytes> parts)
-    {
-        Bytes all;
-        for (const Bytes &p : parts)
-            all.insert(all.end(), p.begin(), p.end());
-        return all;
-    }
 };
 
 TEST_F(NetlinkSocket, SendCompletesTheHeaderAndKeepsWhatTheCallerSet)
@@ -121,17 +105,17 @@ TEST_F(NetlinkSocket, DumpHandsOverItsRepliesAndSaysHowItEnded)
     const Case cases[] = {
         {"complete, over two buffers",
          [&](uint32_t s, uint32_t p) {
-             return std::vector<fake::Datagram>{{join({reply(s, p), reply(s, p)})}, {join({reply(s, p), done(s, p)})}};
+             return std::vector<fake::Datagram>{{fake::join({reply(s, p), reply(s, p)})}, {fake::join({reply(s, p), done(s, p)})}};
          },
          0, 3},
         {"interrupted",
          [&](uint32_t s, uint32_t p) {
-             return std::vector<fake::Datagram>{{join({reply(s, p), reply(s, p, NLM_F_MULTI | NLM_F_DUMP_INTR)})},
+             return std::vector<fake::Datagram>{{fake::join({reply(s, p), reply(s, p, NLM_F_MULTI | NLM_F_DUMP_INTR)})},
                                                 {done(s, p)}};
          },
          hapi::netlink::kDumpInterrupted, 2},
         {"ended early by the kernel", [&](uint32_t s, uint32_t p) {
-             return std::vector<fake::Datagram>{{join({reply(s, p), done(s, p, -ENOBUFS)})}};
+             return std::vector<fake::Datagram>{{fake::join({reply(s, p), done(s, p, -ENOBUFS)})}};
          },
          -ENOBUFS, 1},
         {"refused", [&](uint32_t s, uint32_t p) {
@@ -140,19 +124,19 @@ TEST_F(NetlinkSocket, DumpHandsOverItsRepliesAndSaysHowItEnded)
          -EOPNOTSUPP, 0},
         {"noise of other requests and senders passed over",
          [&](uint32_t s, uint32_t p) {
-             return std::vector<fake::Datagram>{{join({reply(s - 1, p), done(s - 1, p)})}, {done(s, p), 55},
-                                                {join({reply(s, p + 1), reply(s, p), done(s, p)})}};
+             return std::vector<fake::Datagram>{{fake::join({reply(s - 1, p), done(s - 1, p)})}, {done(s, p), 55},
+                                                {fake::join({reply(s, p + 1), reply(s, p), done(s, p)})}};
          },
          0, 1},
         {"truncated buffer", [&](uint32_t s, uint32_t p) {
-             return std::vector<fake::Datagram>{{join({reply(s, p), done(s, p)}), 0, true}};
+             return std::vector<fake::Datagram>{{fake::join({reply(s, p), done(s, p)}), 0, true}};
          },
          -EMSGSIZE, 0},
         {"message longer than the buffer holds",
          [&](uint32_t s, uint32_t p) {
              Bytes cut = reply(s, p);
              reinterpret_cast<nlmsghdr *>(cut.data())->nlmsg_len += 4;
-             return std::vector<fake::Datagram>{{join({reply(s, p), cut})}};
+             return std::vector<fake::Datagram>{{fake::join({reply(s, p), cut})}};
          },
          -EBADMSG, 1},
         {"header shorter than a header", [&](uint32_t s, uint32_t p) {
@@ -166,7 +150,7 @@ TEST_F(NetlinkSocket, DumpHandsOverItsRepliesAndSaysHowItEnded)
         SCOPED_TRACE(c.name);
         request.hdr.nlmsg_seq = 0;
         fake::netlink().sockets[0].inbox.clear();
-        answer_with(c.script);
+        fake::answer_with(c.script);
         size_t handed = 0;
         const int result = socket.dump(request.hdr, [&](const nlmsghdr &msg) {
             EXPECT_EQ(msg.nlmsg_type, RTM_NEWLINK);
@@ -180,7 +164,7 @@ TEST_F(NetlinkSocket, DumpHandsOverItsRepliesAndSaysHowItEnded)
 
 TEST_F(NetlinkSocket, ReceiveHandsEveryMessageWithItsSender)
 {
-    fake::netlink().queue(socket.fd(), {join({fake::message(RTM_NEWLINK, 0, 5, 1002), fake::message(RTM_DELLINK, 0, 6, 1002)}),
+    fake::netlink().queue(socket.fd(), {fake::join({fake::message(RTM_NEWLINK, 0, 5, 1002), fake::message(RTM_DELLINK, 0, 6, 1002)}),
                                         1002});
     std::vector<std::pair<uint16_t, uint32_t>> got;
     EXPECT_EQ(socket.receive([&](const nlmsghdr &msg, uint32_t sender) { got.push_back({msg.nlmsg_type, sender}); }), 2);

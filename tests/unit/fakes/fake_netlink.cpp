@@ -121,6 +121,25 @@ Bytes ack(const Bytes &request, int error)
     return message(NLMSG_ERROR, 0, req.nlmsg_seq, req.nlmsg_pid, payload);
 }
 
+Bytes join(std::initializer_list<Bytes> parts)
+{
+    Bytes all;
+    for (const Bytes &p : parts)
+        all.insert(all.end(), p.begin(), p.end());
+    return all;
+}
+
+void answer_with(std::function<std::vector<Datagram>(uint32_t seq, uint32_t port)> script)
+{
+    std::lock_guard<std::recursive_mutex> guard(lock());
+    g_netlink->answer = [script](NetlinkSocket &from, const Sent &message) {
+        nlmsghdr hdr{};
+        std::memcpy(&hdr, message.bytes.data(), std::min(message.bytes.size(), sizeof hdr));
+        for (Datagram &d : script(hdr.nlmsg_seq, hdr.nlmsg_pid))
+            from.inbox.push_back(std::move(d));
+    };
+}
+
 }  // namespace fake
 
 namespace hapi::os {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <initializer_list>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -66,5 +67,10 @@ bool close_netlink(int fd);
 Bytes message(uint16_t type, uint16_t flags, uint32_t seq, uint32_t port, const Bytes &payload = {});
 // The kernel's acknowledgement (error 0) or error reply to a request.
 Bytes ack(const Bytes &request, int error);
+// Messages laid end to end in one datagram.
+Bytes join(std::initializer_list<Bytes> parts);
+// Answers every message sent with the datagrams script builds from its
+// sequence number and port.
+void answer_with(std::function<std::vector<Datagram>(uint32_t seq, uint32_t port)> script);
 
 }  // namespace fake

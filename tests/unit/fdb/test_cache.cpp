@@ -73,23 +73,10 @@ protected:
         ASSERT_EQ(hapiFdbInit(), 0);
         os().logs.clear();
     }
-    // Datagrams (sender, bytes) built from the request's (seq, port).
     using Script = std::function<std::vector<fake::Datagram>(uint32_t seq, uint32_t port)>;
-    void answer_with(Script script)
+    static Bytes done(uint32_t seq, uint32_t port)
     {
-        fake::netlink().answer = [script](fake::NetlinkSocket &from, const fake::Sent &request) {
-            const auto *hdr = reinterpret_cast<const nlmsghdr *>(request.bytes.data());
-            for (fake::Datagram &d : script(hdr->nlmsg_seq, hdr->nlmsg_pid))
-                from.inbox.push_back(std::move(d));
-        };
-    }
-    static Bytes done(uint32_t seq, uint32_t port) { return fake::message(NLMSG_DONE, NLM_F_MULTI, seq, port, {0, 0, 0, 0}); }
-    static Bytes join(std::initializer_list<Bytes> parts)
-    {
-        Bytes all;
-        for (const Bytes &p : parts)
-            all.insert(all.end(), p.begin(), p.end());
-        return all;
+        return fake::message(NLMSG_DONE, NLM_F_MULTI, seq, port, {0, 0, 0, 0});
     }
     std::vector<vekShadowEntry> shadow()
     {
@@ -125,7 +112,7 @@ TEST_F(FdbDump, RepliesReachTheShadowTableOnlyWhenTheyAnswerThisRequest)
         {"split over three receive buffers",
          [&](uint32_t seq, uint32_t port) {
              return std::vector<fake::Datagram>{
-                 {join({reply({.mac = a}, seq, port), reply({.mac = b, .ifindex = 2, .vlan = 10}, seq, port)})},
+                 {fake::join({reply({.mac = a}, seq, port), reply({.mac = b, .ifindex = 2, .vlan = 10}, seq, port)})},
                  {reply({.mac = c, .ifindex = 4}, seq, port)},
                  {done(seq, port)}};
          },
@@ -134,40 +121,40 @@ TEST_F(FdbDump, RepliesReachTheShadowTableOnlyWhenTheyAnswerThisRequest)
         {"an earlier dump's replies, another port's and another sender's are passed over",
          [&](uint32_t seq, uint32_t port) {
              return std::vector<fake::Datagram>{
-                 {join({reply({.mac = a}, seq - 1, port), reply({.mac = b}, seq, port + 1)})},
+                 {fake::join({reply({.mac = a}, seq - 1, port), reply({.mac = b}, seq, port + 1)})},
                  {reply({.mac = c}, seq, port), 55},
-                 {join({reply({.mac = c}, seq, port), done(seq, port)})}};
+                 {fake::join({reply({.mac = c}, seq, port), done(seq, port)})}};
          },
          {entry(c, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
         {"an interrupted dump still delivers what it read",
          [&](uint32_t seq, uint32_t port) {
              return std::vector<fake::Datagram>{
-                 {join({reply({.mac = a}, seq, port, NLM_F_DUMP_INTR), done(seq, port)})}};
+                 {fake::join({reply({.mac = a}, seq, port, NLM_F_DUMP_INTR), done(seq, port)})}};
          },
          {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
         {"an error reply ends the dump",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{{join({fake::ack(fake::message(RTM_GETNEIGH, 0, seq, port), -EBUSY),
+             return std::vector<fake::Datagram>{{fake::join({fake::ack(fake::message(RTM_GETNEIGH, 0, seq, port), -EBUSY),
                                                         reply({.mac = a}, seq, port)})}};
          },
          {}},
         {"a truncated buffer is refused whole",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{{join({reply({.mac = a}, seq, port), reply({.mac = b}, seq, port)}), 0, true}};
+             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), reply({.mac = b}, seq, port)}), 0, true}};
          },
          {}},
         {"a message claiming more than arrived ends the dump after those before it",
          [&](uint32_t seq, uint32_t port) {
              Bytes cut = reply({.mac = b}, seq, port);
              cut.resize(cut.size() - 4);
-             return std::vector<fake::Datagram>{{join({reply({.mac = a}, seq, port), cut})}, {done(seq, port)}};
+             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), cut})}, {done(seq, port)}};
          },
          {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
     };
     for (const Case &k : cases) {
         SCOPED_TRACE(k.name);
         fake::reset_platform();
-        answer_with(k.script);
+        fake::answer_with(k.script);
         vekL2Traverse();
         EXPECT_EQ(shadow(), k.shadow);
         fake::netlink().sockets.back().inbox.clear();
