@@ -70,6 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     vekNetlinkL2NeighDump();
 
     for (const fake::Datagram &d : answer) {
+        if (d.bytes.empty())
+            continue;
         hapi::Owned<nl_msg, nlmsg_free> msg(nlmsg_alloc_size(d.bytes.size()));
         if (!msg || nlmsg_get_max_size(msg.get()) < d.bytes.size())
             continue;

@@ -216,7 +216,8 @@ ssize_t netlink_receive(int fd, void *buffer, size_t size, uint32_t *sender, boo
     fake::Datagram d = std::move(s->inbox.front());
     s->inbox.pop_front();
     const size_t n = std::min(size, d.bytes.size());
-    std::memcpy(buffer, d.bytes.data(), n);
+    if (n)
+        std::memcpy(buffer, d.bytes.data(), n);
     *sender = d.sender;
     *truncated = d.truncated || d.bytes.size() > size;
     return static_cast<ssize_t>(n);
