@@ -1,10 +1,13 @@
 // The library's only door to the operating system. Production links
-// os_real.cpp; the unit tests link a recording fake in its place.
+// os_real*.cpp; the unit tests link a recording fake in its place.
 #pragma once
 
 #include <cstddef>
 #include <cstdio>
+#include <cstdint>
+#include <poll.h>
 #include <sys/socket.h>
+#include <sys/types.h>
 
 namespace hapi::os {
 
@@ -19,6 +22,23 @@ int bind(int fd, const struct sockaddr *address, socklen_t length);
 int ioctl(int fd, unsigned long request, void *arg);  // ethtool, flags, hardware address
 char *if_indextoname(unsigned index, char *name);
 unsigned if_nametoindex(const char *name);
+
+// Netlink. Sockets are datagram sockets of one netlink protocol, closed
+// with close(); the library's only user is core/netlink.h.
+// A socket of `protocol` bound to `port` (0: the kernel picks one) and to
+// the multicast groups of the mask `groups`; the fd, or -1 with errno set.
+int netlink_open(int protocol, uint32_t port, uint32_t groups, bool nonblocking);
+// The port the socket is bound to: 0, or -1 with errno set.
+int netlink_local_port(int fd, uint32_t *port);
+// One message or batch to (port, groups): bytes sent, or -1 with errno set.
+ssize_t netlink_send(int fd, const void *bytes, size_t length, uint32_t port, uint32_t groups);
+// One datagram into buffer: its length (at most size), or -1 with errno set;
+// *sender is the sending port, *truncated says the datagram did not fit.
+ssize_t netlink_receive(int fd, void *buffer, size_t size, uint32_t *sender, bool *truncated);
+// A receiver's wait: poll(), and an eventfd another thread wakes it with.
+int poll(struct pollfd *fds, nfds_t count, int timeout);
+int eventfd(unsigned initial, int flags);             // the fd, or -1 with errno set
+int eventfd_write(int fd, uint64_t value);            // 0, or -1 with errno set
 
 bool console_write(const char *text);                 // /dev/console
 // Writes text to an existing file (sysfs, procfs); 0, or -1 with errno set.

@@ -71,17 +71,19 @@ void merge_into_shadow(const vekL2AddrEntry &record)
 
 }  // namespace
 
-int match_neigh_message(nl_msg *msg)
+int match_neigh(const nlmsghdr &msgHdr, size_t available)
 {
-    if (!g_scratch || !msg)
+    vekL2AddrEntry *scratch = cache().scratch.get();
+    if (!scratch)
         return NL_OK;
-    *g_scratch = vekL2AddrEntry{};
-    nlmsghdr *hdr = nlmsg_hdr(msg);
-    if (hdr->nlmsg_type != RTM_NEWNEIGH)
+    *scratch = vekL2AddrEntry{};
+    if (available < sizeof(nlmsghdr) || msgHdr.nlmsg_type != RTM_NEWNEIGH)
         return NL_OK;
-    if (hdr->nlmsg_len < kMinNeighLen || hdr->nlmsg_len > nlmsg_get_max_size(msg))
+    if (msgHdr.nlmsg_len < kMinNeighLen || msgHdr.nlmsg_len > available)
         return NL_SKIP;
 
+    // libnl's parser takes a mutable header; it only reads.
+    auto *hdr = const_cast<nlmsghdr *>(&msgHdr);
     std::array<nlattr *, kMaxNeighAttr + 1> attrs{};
     if (nlmsg_parse(hdr, sizeof(ndmsg), attrs.data(), kMaxNeighAttr, kNeighPolicy.data()) < 0)
         return NL_OK;
@@ -97,12 +99,12 @@ int match_neigh_message(nl_msg *msg)
     const auto *mac = static_cast<const uint8_t *>(nla_data(lladdr));
     if (mac[0] & 0x01)  // group addresses are never mirrored
         return NL_OK;
-    std::memcpy(g_scratch->macAddr, mac, kMacLen);
+    std::memcpy(scratch->macAddr, mac, kMacLen);
 
     const int p = static_cast<int8_t>(ndm->ndm_ifindex & 0xFF);
     if (p == kNoIfindex)
         return NL_OK;
-    g_scratch->port = p == ports::kBridgeIfindex ? 0 : p;
+    scratch->port = p == ports::kBridgeIfindex ? 0 : p;
 
     if (const nlattr *vlan = attrs[NDA_VLAN]) {
         if (nla_len(vlan) < static_cast<int>(sizeof(uint16_t)))
@@ -110,17 +112,17 @@ int match_neigh_message(nl_msg *msg)
         const uint16_t vid = nla_get_u16(vlan);
         if (vid == 0)
             return NL_OK;
-        g_scratch->vlanId = vid;
+        scratch->vlanId = vid;
     }
 
     if (p >= kFirstStaticIfindex && (ndm->ndm_state & NUD_PERMANENT))
-        g_scratch->entryType = HAPI_FDB_ENTRY_STATIC;
+        scratch->entryType = HAPI_FDB_ENTRY_STATIC;
     else if (ndm->ndm_state & NUD_REACHABLE)
-        g_scratch->entryType = HAPI_FDB_ENTRY_DYNAMIC;
+        scratch->entryType = HAPI_FDB_ENTRY_DYNAMIC;
     else
         return NL_OK;  // stale, delayed or probing entries wait for the next dump
 
-    merge_into_shadow(*g_scratch);
+    merge_into_shadow(*scratch);
     return NL_OK;
 }
 
@@ -128,5 +130,7 @@ int match_neigh_message(nl_msg *msg)
 
 extern "C" HAPI_API int vekNetlinkL2NeighMsgValidCB(struct nl_msg *msg, void *) noexcept
 {
-    return hapi::fdb::match_neigh_message(msg);
+    if (!msg)
+        return NL_OK;
+    return hapi::fdb::match_neigh(*nlmsg_hdr(msg), nlmsg_get_max_size(msg));
 }

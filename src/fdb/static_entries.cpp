@@ -1,15 +1,18 @@
 // Static bridge FDB entries, added and deleted with neighbour requests on a
 // socket of their own, so they may run beside a traversal.
-#include <memory>
+#include <cerrno>
+#include <linux/rtnetlink.h>
 #include <netlink/addr.h>
-#include <netlink/netlink.h>
+#include <netlink/errno.h>
+#include <netlink/msg.h>
 #include <netlink/route/neighbour.h>
-#include <netlink/socket.h>
 #include <sys/socket.h>
 #include <syslog.h>
 
-#include "hapi/hapi_fdb.h"
+#include "core/netlink.h"
 #include "core/os.h"
+#include "core/owned.h"
+#include "hapi/hapi_fdb.h"
 
 namespace {
 
@@ -25,19 +28,10 @@ constexpr int kStaticState = 0x42;   // NUD_NOARP with NUD_REACHABLE: static to 
 constexpr unsigned kStaticFlags = 0x04;  // NTF_MASTER: the bridge the port belongs to
 constexpr int kAddFlags = 0x600;     // NLM_F_CREATE | NLM_F_EXCL: an existing address fails
 
-struct NeighPut {
-    void operator()(rtnl_neigh *n) const { rtnl_neigh_put(n); }
-};
-struct AddrPut {
-    void operator()(nl_addr *a) const { nl_addr_put(a); }
-};
-struct SocketClose {
-    void operator()(nl_sock *s) const
-    {
-        nl_close(s);
-        nl_socket_free(s);
-    }
-};
+using hapi::Owned;
+using Neigh = Owned<rtnl_neigh, rtnl_neigh_put>;
+using Addr = Owned<nl_addr, nl_addr_put>;
+using Msg = Owned<nl_msg, nlmsg_free>;
 
 int fail(const char *message)
 {
@@ -45,14 +39,27 @@ int fail(const char *message)
     return -1;
 }
 
+// Sends the request built from neigh and waits for the kernel's answer: 0,
+// or a negative libnl error code, as libnl's own add and delete report.
+template <auto Build>
+int exchange(hapi::netlink::Socket &socket, rtnl_neigh *neigh, int flags)
+{
+    nl_msg *built = nullptr;
+    if (int rc = Build(neigh, flags, &built); rc < 0)
+        return rc;
+    Msg request(built);
+    const int rc = socket.request(*nlmsg_hdr(request.get()));
+    return rc < 0 ? -nl_syserr2nlerr(-rc) : 0;
+}
+
 }  // namespace
 
 extern "C" HAPI_API int hapiBridgeFdbModify(int command, int ifindex, uint16_t vlanId, hapiMacAddr mac) noexcept
 {
-    std::unique_ptr<rtnl_neigh, NeighPut> neigh(rtnl_neigh_alloc());
+    Neigh neigh(rtnl_neigh_alloc());
     if (!neigh)
         return fail(kNeighAllocError);
-    std::unique_ptr<nl_addr, AddrPut> lladdr(nl_addr_alloc(sizeof mac.addr));
+    Addr lladdr(nl_addr_alloc(sizeof mac.addr));
     if (!lladdr)
         return fail(kAddrAllocError);
     nl_addr_set_family(lladdr.get(), 0);
@@ -66,19 +73,17 @@ extern "C" HAPI_API int hapiBridgeFdbModify(int command, int ifindex, uint16_t v
     rtnl_neigh_set_state(neigh.get(), kStaticState);
     rtnl_neigh_set_flags(neigh.get(), kStaticFlags);
 
-    std::unique_ptr<nl_sock, SocketClose> socket(nl_socket_alloc());
-    if (!socket)
-        return fail(kSocketAllocError);
-    if (nl_connect(socket.get(), NETLINK_ROUTE) < 0)
-        return fail(kConnectError);
+    hapi::netlink::Socket socket;
+    if (int rc = socket.open(NETLINK_ROUTE, 0, 0); rc < 0)
+        return fail(rc == -ENOMEM ? kSocketAllocError : kConnectError);
 
     if (command == HAPI_FDB_CMD_ADD) {
-        if (int rc = rtnl_neigh_add(socket.get(), neigh.get(), kAddFlags); rc < 0) {
+        if (int rc = exchange<rtnl_neigh_build_add_request>(socket, neigh.get(), kAddFlags); rc < 0) {
             hapi::os::syslog(LOG_ERR, kAddError, rc);
             return -1;
         }
     } else if (command == HAPI_FDB_CMD_DELETE) {
-        if (int rc = rtnl_neigh_delete(socket.get(), neigh.get(), 0); rc < 0) {
+        if (int rc = exchange<rtnl_neigh_build_delete_request>(socket, neigh.get(), 0); rc < 0) {
             hapi::os::syslog(LOG_ERR, kDeleteError, rc);
             return -1;
         }

@@ -1,8 +1,6 @@
 // The bridge neighbour dump and the traversal the platform's sync thread runs.
 #include <linux/neighbour.h>
 #include <linux/rtnetlink.h>
-#include <netlink/msg.h>
-#include <netlink/netlink.h>
 #include <pthread.h>
 #include <sys/socket.h>
 #include <syslog.h>
@@ -17,7 +15,7 @@ namespace {
 constexpr const char *kMaxEntryReached = "vekL2Traverse: Max Entry Reached New Count: %d";
 constexpr const char *kSyncThreadFailed = "HAPI FDB init: vekFdbSyncShadowFdbThread() failed!";
 
-static_assert(RTM_GETNEIGH == 30 && NLM_F_DUMP == 0x300 && sizeof(ndmsg) == 12);
+static_assert(RTM_GETNEIGH == 30 && NLM_F_DUMP == 0x300 && sizeof(ndmsg) == 12 && NLMSG_HDRLEN == 16);
 
 }  // namespace
 }  // namespace hapi::fdb
@@ -27,17 +25,20 @@ using namespace hapi::fdb;
 
 extern "C" HAPI_API void vekNetlinkL2NeighDump(void) noexcept
 {
-    nl_msg *request = nlmsg_alloc_simple(RTM_GETNEIGH, NLM_F_DUMP);
-    if (!request)
+    netlink::Socket &socket = cache().socket;
+    if (!socket)
         return;
-    ndmsg header{};
-    header.ndm_family = AF_BRIDGE;
-    if (nlmsg_append(request, &header, sizeof header, NLMSG_ALIGNTO) == 0 && g_neighSocket &&
-        nl_send_auto(g_neighSocket, request) >= 0 && g_neighCallbacks) {
-        dump_receiver_expect(nlmsg_hdr(request)->nlmsg_seq);
-        nl_recvmsgs(g_neighSocket, g_neighCallbacks);
-    }
-    nlmsg_free(request);
+    struct {
+        nlmsghdr hdr;
+        ndmsg ndm;
+    } request{};
+    request.hdr.nlmsg_len = sizeof request;
+    request.hdr.nlmsg_type = RTM_GETNEIGH;
+    request.hdr.nlmsg_flags = NLM_F_DUMP;
+    request.ndm.ndm_family = AF_BRIDGE;
+    // An interrupted or failed dump is not retried: the next traversal reads
+    // the table again.
+    socket.dump(request.hdr, [](const nlmsghdr &reply) { match_neigh(reply, reply.nlmsg_len); });
 }
 
 extern "C" HAPI_API void vekL2Traverse(void) noexcept

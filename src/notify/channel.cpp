@@ -1,15 +1,13 @@
 // Opening and closing the notification channel, and its receive thread.
-#include <netlink/handlers.h>
-#include <netlink/netlink.h>
-#include <netlink/socket.h>
+#include <linux/rtnetlink.h>
 #include <poll.h>
 #include <sys/eventfd.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
+#include <new>
 
+#include "core/os.h"
 #include "notify/channel.h"
 
 namespace hapi::notify {
@@ -27,62 +25,73 @@ namespace {
 constexpr const char *kThreadLine = "vekNeltinkServerMonitoringThreadRoutine!";
 
 // Waits for the socket or the wake-up; false once the channel is closing.
-bool wait_readable(nl_sock *sock, int wakeFd)
+bool wait_readable(int socketFd, int wakeFd)
 {
-    pollfd fds[2] = {{nl_socket_get_fd(sock), POLLIN, 0}, {wakeFd, POLLIN, 0}};
-    while (poll(fds, 2, -1) < 0) {
+    pollfd fds[2] = {{socketFd, POLLIN, 0}, {wakeFd, POLLIN, 0}};
+    while (os::poll(fds, 2, -1) < 0) {
         if (errno != EINTR)
             return false;
     }
     return fds[1].revents == 0;
 }
 
-// Frees what an open or half-open channel holds. Lock held, thread stopped.
+// Drops what an open or half-open channel holds. Lock held, thread stopped.
 void release(Channel &ch)
 {
-    if (ch.socket) {
-        nl_close(ch.socket);
-        nl_socket_free(ch.socket);
-        ch.socket = nullptr;
-    }
-    if (ch.callbacks) {
-        nl_cb_put(ch.callbacks);
-        ch.callbacks = nullptr;
-    }
-    if (ch.wakeFd >= 0) {
-        ::close(ch.wakeFd);
-        ch.wakeFd = -1;
-    }
-    std::free(ch.table);
-    ch.table = nullptr;
+    ch.socket.close();
+    ch.wake.reset();
+    ch.table.reset();
     ch.count = 0;
     ch.capacity = 0;
 }
 
-// Sets up socket, callback set and wake-up; false at the first failure.
+// Socket on port 1001 in the link group, and the wake-up; false at the
+// first failure.
 bool open_socket(Channel &ch)
 {
-    ch.socket = nl_socket_alloc();
-    if (!ch.socket)
-        return false;
-    nl_socket_set_local_port(ch.socket, kOwnPort);
-    ch.callbacks = nl_cb_alloc(NL_CB_CUSTOM);
-    if (!ch.callbacks)
-        return false;
-    nl_cb_set(ch.callbacks, NL_CB_MSG_IN, NL_CB_CUSTOM, vekNetlinkMsgValid, nullptr);
-    if (nl_connect(ch.socket, NETLINK_ROUTE) != 0)
-        return false;
-    if (nl_socket_add_membership(ch.socket, static_cast<int>(kLinkGroup)) != 0)
-        return false;
     // A peer that stops reading must not stall a sender holding the lock;
     // the receive thread waits in poll() instead.
-    if (nl_socket_set_nonblocking(ch.socket) != 0)
+    if (ch.socket.open(NETLINK_ROUTE, kOwnPort, kLinkGroup, true) != 0)
         return false;
-    ch.wakeFd = eventfd(0, EFD_CLOEXEC);
-    return ch.wakeFd >= 0;
+    ch.wake.reset(os::eventfd(0, EFD_CLOEXEC));
+    return static_cast<bool>(ch.wake);
+}
+
+// Lock held.
+int32_t open_locked(int32_t numPorts)
+{
+    if (numPorts <= 0)
+        return -1;
+    Channel &ch = channel();
+    // A second open would steal port 1001 from the running channel.
+    if (ch.socket)
+        return -1;
+    std::unique_ptr<vekNotifyIfEntry[]> table(new (std::nothrow) vekNotifyIfEntry[numPorts]());
+    if (!table)
+        return -1;
+    ch.table = std::move(table);
+    if (!open_socket(ch)) {
+        release(ch);
+        return -1;
+    }
+    ch.count = 0;
+    ch.capacity = numPorts;
+    return 0;
 }
 
 }  // namespace
+
+int32_t open_channel(int32_t numPorts)
+{
+    std::lock_guard guard(vekNetlinkNotifyLock());
+    return open_locked(numPorts);
+}
+
+int receive_once()
+{
+    return channel().socket.receive([](const nlmsghdr &msg, uint32_t sender) { vekNetlinkMsgValid(msg, sender); });
+}
+
 }  // namespace hapi::notify
 
 using namespace hapi::notify;
@@ -99,34 +108,19 @@ void vekNetlinkServerMonitoringThreadRoutine()
     std::puts(kThreadLine);
     for (;;) {
         std::puts(kThreadLine);
-        if (!wait_readable(ch.socket, ch.wakeFd))
+        if (!wait_readable(ch.socket.fd(), ch.wake.get()))
             return;
-        nl_recvmsgs(ch.socket, ch.callbacks);
+        receive_once();
     }
 }
 
 extern "C" HAPI_API int32_t vekNetlinkNotifyInit(int32_t numPorts) noexcept
 {
-    if (numPorts <= 0)
-        return -1;
     std::lock_guard guard(vekNetlinkNotifyLock());
-    Channel &ch = channel();
-    // A second open would steal port 1001 from the running channel.
-    if (ch.socket)
+    if (open_locked(numPorts) != 0)
         return -1;
-    auto *table = static_cast<vekNotifyIfEntry *>(std::calloc(static_cast<size_t>(numPorts), sizeof(vekNotifyIfEntry)));
-    if (!table)
-        return -1;
-    std::free(ch.table);
-    ch.table = table;
-    if (!open_socket(ch)) {
-        release(ch);
-        return -1;
-    }
-    ch.count = 0;
-    ch.capacity = numPorts;
     try {
-        ch.thread = std::thread(vekNetlinkServerMonitoringThreadRoutine);
+        channel().thread = std::thread(vekNetlinkServerMonitoringThreadRoutine);
     } catch (...) {
         // Without the thread the channel still publishes; it just answers no one.
     }
@@ -139,10 +133,8 @@ extern "C" HAPI_API void vekNetlinkNotifyDestroy(void) noexcept
     std::thread receiver;
     {
         std::lock_guard guard(vekNetlinkNotifyLock());
-        if (ch.wakeFd >= 0) {
-            uint64_t one = 1;
-            [[maybe_unused]] ssize_t n = ::write(ch.wakeFd, &one, sizeof one);
-        }
+        if (ch.wake)
+            hapi::os::eventfd_write(ch.wake.get(), 1);
         receiver = std::move(ch.thread);
     }
     // The handler takes the lock, so wait for the thread without it.

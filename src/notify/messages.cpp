@@ -3,14 +3,13 @@
 #include <linux/if_arp.h>
 #include <linux/if_link.h>
 #include <linux/rtnetlink.h>
-#include <netlink/msg.h>
-#include <netlink/netlink.h>
 #include <netlink/attr.h>
+#include <netlink/errno.h>
+#include <netlink/msg.h>
 #include <syslog.h>
 
-#include <memory>
-
 #include "core/os.h"
+#include "core/owned.h"
 #include "notify/channel.h"
 
 namespace hapi::notify {
@@ -26,10 +25,7 @@ constexpr const char *kSetAllocFailed = "vekNetlinkNotifySendSetMsg nlmsg_alloc 
 constexpr const char *kSendFailed = "[%s:%d] nl_send_auto failed! err: %d";
 constexpr const char *kSetFlagsInfo = "vekNetlinkNotifySendSetMsg: ifl->flags: %x";
 
-struct MsgFree {
-    void operator()(nl_msg *m) const { nlmsg_free(m); }
-};
-using MsgPtr = std::unique_ptr<nl_msg, MsgFree>;
+using MsgPtr = Owned<nl_msg, nlmsg_free>;
 
 // libnl marks every nest NLA_F_NESTED; receivers of the port statistics
 // expect the plain attribute types.
@@ -59,6 +55,14 @@ bool put_stats(nl_msg *msg, const vekNotifyIfEntry &entry)
 }
 
 }  // namespace
+
+int send_link_msg(nl_msg *msg)
+{
+    const sockaddr_nl *dest = nlmsg_get_dst(msg);
+    const int sent = channel().socket.send(*nlmsg_hdr(msg), {dest->nl_pid, dest->nl_groups});
+    // Reported in libnl's numbering, as the channel always has.
+    return sent < 0 ? -nl_syserr2nlerr(-sent) : sent;
+}
 
 nl_msg *build_link_msg(int type, const vekNotifyIfEntry &entry, uint32_t destPort, uint32_t destGroups,
                        uint32_t seq, bool withStats)
@@ -91,36 +95,35 @@ nl_msg *build_link_msg(int type, const vekNotifyIfEntry &entry, uint32_t destPor
 
 }  // namespace hapi::notify
 
+using namespace hapi;
 using namespace hapi::notify;
 
 void vekNetlinkNotifySendNotifyMsg(vekNotifyIfEntry *entry, uint32_t destGroups, uint32_t destPort,
                                    uint32_t seq)
 {
-    nl_sock *sock = channel().socket;
-    if (!sock)
+    if (!channel().socket)
         return;
     MsgPtr msg(build_link_msg(RTM_NEWLINK, *entry, destPort, destGroups, seq, true));
     if (!msg) {
-        hapi::os::syslog(LOG_ERR, "%s", kNotifyAllocFailed);
+        os::syslog(LOG_ERR, "%s", kNotifyAllocFailed);
         return;
     }
-    int err = nl_send_auto(sock, msg.get());
+    int err = send_link_msg(msg.get());
     if (err < 0)
-        hapi::os::syslog(LOG_ERR, kSendFailed, "vekNetlinkNotifySendNotifyMsg", __LINE__, err);
+        os::syslog(LOG_ERR, kSendFailed, "vekNetlinkNotifySendNotifyMsg", __LINE__, err);
 }
 
 void vekNetlinkNotifySendSetMsg(vekNotifyIfEntry *entry)
 {
-    nl_sock *sock = channel().socket;
-    if (!sock)
+    if (!channel().socket)
         return;
     MsgPtr msg(build_link_msg(RTM_SETLINK, *entry, kShdslPort, 0, 0, false));
     if (!msg) {
-        hapi::os::syslog(LOG_ERR, "%s", kSetAllocFailed);
+        os::syslog(LOG_ERR, "%s", kSetAllocFailed);
         return;
     }
-    hapi::os::syslog(LOG_INFO, kSetFlagsInfo, entry->flags);
-    nl_send_auto(sock, msg.get());
+    os::syslog(LOG_INFO, kSetFlagsInfo, entry->flags);
+    send_link_msg(msg.get());
 }
 
 void vekNetlinkNotifyPublish(vekNotifyIfEntry *entry)

@@ -9,8 +9,6 @@
 
 #include "hapi/hapi_notify.h"
 
-struct nl_msg;
-
 struct vekNotifyIfEntry {
     int32_t ifIndex;   // logical port; the sort key
     uint32_t flags;    // IFF_UP, IFF_RUNNING
@@ -38,5 +36,3 @@ vekNotifyIfEntry *vekNetlinkNotifyFindIntf(int32_t ifIndex);
 // releases it once after disabling a port so no send is still in flight.
 std::mutex &vekNetlinkNotifyLock();
 
-// libnl message-in hook of the channel: handles every received message.
-int vekNetlinkMsgValid(nl_msg *msg, void *arg);

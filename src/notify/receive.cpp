@@ -3,7 +3,6 @@
 #include <linux/if.h>
 #include <linux/rtnetlink.h>
 #include <netlink/msg.h>
-#include <netlink/netlink.h>
 
 #include <cstdio>
 
@@ -74,17 +73,14 @@ void link_query(const nlmsghdr &hdr, const ifinfomsg &ifi, uint32_t requester)
 
 }  // namespace
 
-int vekNetlinkMsgValid(nl_msg *msg, void *)
+void vekNetlinkMsgValid(const nlmsghdr &hdr, uint32_t sender)
 {
-    const nlmsghdr *hdr = nlmsg_hdr(msg);
-    const uint32_t sender = nlmsg_get_src(msg)->nl_pid;
-    std::printf(kMsgLine, static_cast<int>(sender), hdr->nlmsg_type);
-    const ifinfomsg *ifi = link_body(hdr);
+    std::printf(kMsgLine, static_cast<int>(sender), hdr.nlmsg_type);
+    const ifinfomsg *ifi = link_body(&hdr);
     if (!ifi)
-        return NL_OK;
-    if (hdr->nlmsg_type == RTM_NEWLINK && sender == kShdslPort)
+        return;
+    if (hdr.nlmsg_type == RTM_NEWLINK && sender == kShdslPort)
         shdsl_link_report(*ifi);
-    else if (hdr->nlmsg_type == RTM_GETLINK)
-        link_query(*hdr, *ifi, sender);
-    return NL_OK;
+    else if (hdr.nlmsg_type == RTM_GETLINK)
+        link_query(hdr, *ifi, sender);
 }

@@ -1,9 +1,16 @@
-// Any bytes as one received neighbour message: the matching must neither
-// crash nor read beyond the message, whatever its header and attributes claim.
+// Any bytes as the kernel's answer to one neighbour dump: datagrams of
+// [16-bit little-endian length][bytes], received and split by the dump loop
+// and matched against the shadow table. Each datagram is also matched alone
+// as one message held in exactly its own bytes, so that ASan sees any read
+// past a message. Neither may crash, hang or read beyond what arrived.
+// The dump request of each run has sequence number 1 from port 4000.
 #include <cstdint>
 #include <cstring>
 #include <netlink/msg.h>
+#include <vector>
 
+#include "core/owned.h"
+#include "fake_netlink.h"
 #include "fake_os.h"
 #include "fake_platform.h"
 #include "hapi/hapi_fdb.h"
@@ -12,11 +19,8 @@ namespace {
 
 constexpr unsigned kRunsPerFullTable = 512;
 
-void prepare_once()
+void seed_shadow()
 {
-    fake::reset();
-    fake::reset_platform();
-    hapiAllocateL2AddrTbl();
     // A sorted front for the search to walk.
     vekShadowTable &t = fake::shadow_table();
     for (uint32_t i = 0; i < 8; ++i) {
@@ -27,30 +31,52 @@ void prepare_once()
     t.sortedCount = t.totalCount = 8;
 }
 
+std::vector<fake::Datagram> split(const uint8_t *data, size_t size)
+{
+    std::vector<fake::Datagram> datagrams;
+    while (size >= 2) {
+        size_t length = static_cast<size_t>(data[0] | data[1] << 8);
+        data += 2;
+        size -= 2;
+        length = std::min(length, size);
+        datagrams.push_back({fake::Bytes(data, data + length)});
+        data += length;
+        size -= length;
+    }
+    return datagrams;
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     static unsigned runs = [] {
-        prepare_once();
+        fake::reset_platform();
+        seed_shadow();
+        hapiAllocateL2AddrTbl();
         return 0u;
     }();
     vekShadowTable &t = fake::shadow_table();
     // Keep the appended part small, and now and then full so the flush path runs.
     t.totalCount = ++runs % kRunsPerFullTable == 0 ? VEK_SHADOW_APPEND_LIMIT + 1 : t.sortedCount;
-    {
-        std::lock_guard<std::recursive_mutex> guard(fake::os().lock);
-        fake::os().logs.clear();
-        fake::os().fileWrites.clear();
-    }
 
-    // Exactly size bytes (at least a header's worth, zero-filled) so that
-    // ASan sees any read past the message.
-    nl_msg *msg = nlmsg_alloc_size(size);
-    if (!msg)
+    fake::reset();  // the cache socket below is the fake's first: port 4000
+    const std::vector<fake::Datagram> answer = split(data, size);
+    fake::netlink().answer = [&answer](fake::NetlinkSocket &from, const fake::Sent &) {
+        from.inbox.insert(from.inbox.end(), answer.begin(), answer.end());
+    };
+    if (vekNetlinkL2NeighCacheInit() != 0)
         return 0;
-    std::memcpy(nlmsg_hdr(msg), data, std::min(size, nlmsg_get_max_size(msg)));
-    vekNetlinkL2NeighMsgValidCB(msg, nullptr);
-    nlmsg_free(msg);
+    vekNetlinkL2NeighDump();
+
+    for (const fake::Datagram &d : answer) {
+        if (d.bytes.empty())
+            continue;
+        hapi::Owned<nl_msg, nlmsg_free> msg(nlmsg_alloc_size(d.bytes.size()));
+        if (!msg || nlmsg_get_max_size(msg.get()) < d.bytes.size())
+            continue;
+        std::memcpy(nlmsg_hdr(msg.get()), d.bytes.data(), d.bytes.size());
+        vekNetlinkL2NeighMsgValidCB(msg.get(), nullptr);
+    }
     return 0;
 }

@@ -1,6 +1,8 @@
 // Arbitrary datagrams from an arbitrary sender into the notification
-// channel's receive handler, split into messages the way libnl does it, each
-// copied into a buffer of exactly its own length so any overread shows.
+// channel's receive handler, split into messages the way the receive step
+// does it, each copied into a buffer of exactly its own length so any
+// overread shows. The channel is open on the fake netlink, so replies and
+// acknowledgements are built and sent too.
 #include <linux/netlink.h>
 #include <netlink/msg.h>
 
@@ -10,6 +12,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fake_netlink.h"
 #include "fake_os.h"
 #include "fake_platform.h"
 #include "hapi/hapi_init.h"
@@ -21,11 +24,9 @@ namespace {
 constexpr uint32_t kSenders[] = {0, 55, 1001, 1002};
 constexpr int kRecords = 8;
 
-void open_table()
+void open_channel()
 {
-    auto &ch = hapi::notify::channel();
-    ch.table = static_cast<vekNotifyIfEntry *>(std::calloc(kRecords, sizeof(vekNotifyIfEntry)));
-    ch.capacity = kRecords;
+    hapi::notify::open_channel(kRecords);
     for (int p = 1; p <= kRecords; ++p)
         vekNetlinkNotifyAddIntf(p);
 }
@@ -56,7 +57,7 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     // The handler prints every message; keep libFuzzer's own output readable.
     if (!std::freopen("/dev/null", "w", stdout))
         return 0;
-    open_table();
+    open_channel();
     open_phy_table();
     return 0;
 }
@@ -65,7 +66,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     if (size < 1)
         return 0;
-    fake::reset();
+    {
+        // Not fake::reset(): the channel's socket lives across runs.
+        std::lock_guard<std::recursive_mutex> guard(fake::os().lock);
+        fake::os().logs.clear();
+        fake::os().interfaces.clear();
+        fake::netlink().sent.clear();
+    }
     fake::reset_platform();
     add_interfaces();
     uint32_t sender = kSenders[data[0] % 4];
@@ -76,15 +83,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     auto *hdr = reinterpret_cast<nlmsghdr *>(datagram.data());
     int left = static_cast<int>(datagram.size());
     while (nlmsg_ok(hdr, left)) {
-        nl_msg *msg = nlmsg_convert(hdr);
-        if (!msg)
-            break;
-        sockaddr_nl src{};
-        src.nl_family = AF_NETLINK;
-        src.nl_pid = sender;
-        nlmsg_set_src(msg, &src);
-        vekNetlinkMsgValid(msg, nullptr);
-        nlmsg_free(msg);
+        const uint8_t *bytes = reinterpret_cast<const uint8_t *>(hdr);
+        const std::vector<uint8_t> exact(bytes, bytes + hdr->nlmsg_len);
+        vekNetlinkMsgValid(*reinterpret_cast<const nlmsghdr *>(exact.data()), sender);
         hdr = nlmsg_next(hdr, &left);
     }
     return 0;

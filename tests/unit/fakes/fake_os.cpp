@@ -9,6 +9,7 @@
 #include <sys/ioctl.h>
 
 #include "core/os.h"
+#include "fake_netlink.h"
 
 namespace fake {
 
@@ -39,6 +40,7 @@ void reset()
     g_os->socketCalls.clear();
     g_os->bindHook = nullptr;
     g_os->ioctlHook = nullptr;
+    reset_netlink();
 }
 
 Interface *Os::find(const std::string &name)
@@ -133,6 +135,8 @@ int socket(int domain, int type, int protocol)
 int close(int fd)
 {
     std::lock_guard<std::recursive_mutex> guard(os().lock);
+    if (fake::close_netlink(fd))
+        return 0;
     if (fd < 1000)
         return -1;
     --os().socketsOpen;

@@ -1,93 +1,228 @@
-#include <cstring>
-#include <linux/neighbour.h>
-#include <linux/rtnetlink.h>
-#include <netlink/handlers.h>
-#include <netlink/msg.h>
-#include <netlink/socket.h>
+#include <linux/netlink.h>
 #include <syslog.h>
+
+#include <cerrno>
+#include <functional>
 #include <vector>
 
+#include "fake_netlink.h"
 #include "fdb/fdb.h"
-#include "hapi/hapi_fdb.h"
+#include "neigh_wire.h"
 #include "unit_fixture.h"
 
 namespace {
 
-std::vector<uint8_t> g_sent;
-int g_receives = 0;
-
-int capture_send(nl_sock *, nl_msg *msg)
-{
-    const nlmsghdr *hdr = nlmsg_hdr(msg);
-    const auto *bytes = reinterpret_cast<const uint8_t *>(hdr);
-    g_sent.assign(bytes, bytes + hdr->nlmsg_len);
-    return static_cast<int>(hdr->nlmsg_len);
-}
-
-int no_reply(nl_sock *, nl_cb *)
-{
-    ++g_receives;
-    return 0;
-}
+using namespace neigh_wire;
+using Bytes = std::vector<uint8_t>;
 
 class FdbCache : public UnitTest {
 protected:
     void TearDown() override { hapiFdbCleanup(); }
+    static bool every_socket_closed()
+    {
+        for (const fake::NetlinkSocket &s : fake::netlink().sockets)
+            if (s.open)
+                return false;
+        return true;
+    }
 };
 
-TEST_F(FdbCache, InitOpensTheCacheAndTheScratchRecord)
+TEST_F(FdbCache, InitOpensABlockingRouteSocketAndTheScratchRecordCleanupDropsBoth)
 {
     EXPECT_EQ(hapiFdbInit(), 0);
-    EXPECT_NE(hapi::fdb::g_neighSocket, nullptr);
-    EXPECT_NE(hapi::fdb::g_scratch, nullptr);
+    ASSERT_EQ(fake::netlink().sockets.size(), 1u);
+    const fake::NetlinkSocket &s = fake::netlink().sockets[0];
+    EXPECT_EQ(s.protocol, NETLINK_ROUTE);
+    EXPECT_EQ(s.groups, 0u);
+    EXPECT_FALSE(s.nonblocking);
+    EXPECT_EQ(hapi::fdb::cache().socket.port(), s.port);  // the port the kernel chose
     EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{
                              {LOG_DEBUG, "HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"}}));
-    // A second allocation keeps the record and says so again.
-    vekL2AddrEntry *first = hapi::fdb::g_scratch;
+    // A second allocation keeps the record and says so again; a second
+    // cache init replaces the socket.
+    vekL2AddrEntry *first = hapi::fdb::cache().scratch.get();
     EXPECT_EQ(hapiAllocateL2AddrTbl(), 0);
-    EXPECT_EQ(hapi::fdb::g_scratch, first);
+    EXPECT_EQ(hapi::fdb::cache().scratch.get(), first);
     EXPECT_EQ(os().count_logs("HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"), 2u);
+    EXPECT_EQ(vekNetlinkL2NeighCacheInit(), 0);
+    EXPECT_FALSE(fake::netlink().sockets[0].open);
 
     hapiFdbCleanup();
-    EXPECT_EQ(hapi::fdb::g_neighSocket, nullptr);
-    EXPECT_EQ(hapi::fdb::g_scratch, nullptr);
+    EXPECT_TRUE(every_socket_closed());
+    EXPECT_EQ(hapi::fdb::cache().scratch, nullptr);
 }
 
-TEST_F(FdbCache, DumpRequestsEveryBridgeNeighbourAndReceivesOnTheCallbackSet)
+TEST_F(FdbCache, InitWithoutASocketStillAllocatesTheScratchRecord)
 {
-    ASSERT_EQ(hapiFdbInit(), 0);
-    nl_cb *socketCallbacks = nl_socket_get_cb(hapi::fdb::g_neighSocket);
-    nl_cb_overwrite_send(socketCallbacks, capture_send);
-    nl_cb_put(socketCallbacks);
-    nl_cb_overwrite_recvmsgs(hapi::fdb::g_neighCallbacks, no_reply);
+    fake::netlink().openErrno = EMFILE;
+    EXPECT_EQ(hapiFdbInit(), 0);
+    EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{
+                             {LOG_ERR, "HAPI FDB init: vekNetlinkL2NeighCacheInit() failed!"},
+                             {LOG_DEBUG, "HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"}}));
+    vekL2Traverse();  // nothing to dump on
+    EXPECT_TRUE(fake::netlink().sent.empty());
+}
 
+// The traversal against scripted kernel answers: each case's datagrams come
+// back for the dump request, and what reaches the shadow table is compared.
+class FdbDump : public FdbCache {
+protected:
+    void SetUp() override
+    {
+        FdbCache::SetUp();
+        ASSERT_EQ(hapiFdbInit(), 0);
+        os().logs.clear();
+    }
+    using Script = std::function<std::vector<fake::Datagram>(uint32_t seq, uint32_t port)>;
+    static Bytes done(uint32_t seq, uint32_t port)
+    {
+        return fake::message(NLMSG_DONE, NLM_F_MULTI, seq, port, {0, 0, 0, 0});
+    }
+    std::vector<vekShadowEntry> shadow()
+    {
+        const vekShadowTable &t = fake::shadow_table();
+        return {t.slots, t.slots + t.totalCount};
+    }
+};
+
+TEST_F(FdbDump, RequestAsksForEveryBridgeNeighbourFromTheKernel)
+{
     vekNetlinkL2NeighDump();
-    ASSERT_EQ(g_sent.size(), 28u);
-    uint32_t seq, port;
-    std::memcpy(&seq, &g_sent[8], 4);
-    std::memcpy(&port, &g_sent[12], 4);
-    EXPECT_EQ(port, nl_socket_get_local_port(hapi::fdb::g_neighSocket));
-    std::vector<uint8_t> expected = {28, 0, 0, 0, 30, 0, 0x05, 0x03};
-    for (uint32_t word : {seq, port})
-        for (int i = 0; i < 4; ++i)
-            expected.push_back(static_cast<uint8_t>(word >> (8 * i)));
+    ASSERT_EQ(fake::netlink().sent.size(), 1u);
+    const fake::Sent &request = fake::netlink().sent[0];
+    EXPECT_EQ(request.port, 0u);
+    EXPECT_EQ(request.groups, 0u);
+    const uint32_t port = hapi::fdb::cache().socket.port();
+    Bytes expected = {28, 0, 0, 0, 30, 0, 0x05, 0x03, 1, 0, 0, 0};
+    for (int i = 0; i < 4; ++i)
+        expected.push_back(static_cast<uint8_t>(port >> (8 * i)));
     expected.insert(expected.end(), {7, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
-    EXPECT_EQ(g_sent, expected);
-    EXPECT_EQ(g_receives, 1);
+    EXPECT_EQ(request.bytes, expected);
 }
 
-TEST_F(FdbCache, WithoutInitTheDumpSendsNothing)
+TEST_F(FdbDump, RepliesReachTheShadowTableOnlyWhenTheyAnswerThisRequest)
 {
-    vekNetlinkL2NeighDump();
-    vekL2Traverse();
+    const Mac a{0x02, 0, 0, 0, 0, 0xA}, b{0x02, 0, 0, 0, 0, 0xB}, c{0x02, 0, 0, 0, 0, 0xC};
+    struct Case {
+        const char *name;
+        Script script;
+        std::vector<vekShadowEntry> shadow;
+    };
+    const Case cases[] = {
+        {"split over three receive buffers",
+         [&](uint32_t seq, uint32_t port) {
+             return std::vector<fake::Datagram>{
+                 {fake::join({reply({.mac = a}, seq, port), reply({.mac = b, .ifindex = 2, .vlan = 10}, seq, port)})},
+                 {reply({.mac = c, .ifindex = 4}, seq, port)},
+                 {done(seq, port)}};
+         },
+         {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC), entry(b, 10, 2, HAPI_FDB_ENTRY_DYNAMIC),
+          entry(c, 0, 4, HAPI_FDB_ENTRY_DYNAMIC)}},
+        {"an earlier dump's replies, another port's and another sender's are passed over",
+         [&](uint32_t seq, uint32_t port) {
+             return std::vector<fake::Datagram>{
+                 {fake::join({reply({.mac = a}, seq - 1, port), reply({.mac = b}, seq, port + 1)})},
+                 {reply({.mac = c}, seq, port), 55},
+                 {fake::join({reply({.mac = c}, seq, port), done(seq, port)})}};
+         },
+         {entry(c, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
+        {"an interrupted dump still delivers what it read",
+         [&](uint32_t seq, uint32_t port) {
+             return std::vector<fake::Datagram>{
+                 {fake::join({reply({.mac = a}, seq, port, NLM_F_DUMP_INTR), done(seq, port)})}};
+         },
+         {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
+        {"an error reply ends the dump",
+         [&](uint32_t seq, uint32_t port) {
+             return std::vector<fake::Datagram>{{fake::join({fake::ack(fake::message(RTM_GETNEIGH, 0, seq, port), -EBUSY),
+                                                        reply({.mac = a}, seq, port)})}};
+         },
+         {}},
+        {"a truncated buffer is refused whole",
+         [&](uint32_t seq, uint32_t port) {
+             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), reply({.mac = b}, seq, port)}), 0, true}};
+         },
+         {}},
+        {"a message claiming more than arrived ends the dump after those before it",
+         [&](uint32_t seq, uint32_t port) {
+             Bytes cut = reply({.mac = b}, seq, port);
+             cut.resize(cut.size() - 4);
+             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), cut})}, {done(seq, port)}};
+         },
+         {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
+    };
+    for (const Case &k : cases) {
+        SCOPED_TRACE(k.name);
+        fake::reset_platform();
+        fake::answer_with(k.script);
+        vekL2Traverse();
+        EXPECT_EQ(shadow(), k.shadow);
+        fake::netlink().sockets.back().inbox.clear();
+    }
     EXPECT_TRUE(os().logs.empty());
-    EXPECT_TRUE(os().fileWrites.empty());
 }
 
-TEST_F(FdbCache, StaticEntryRefusesAnUnknownCommand)
+// Static entries: one request on a socket of its own, answered by the kernel.
+class FdbStatic : public FdbCache {
+protected:
+    static constexpr hapiMacAddr kMac{{0x02, 0x11, 0x22, 0x33, 0x44, 0x55}};
+    void acknowledge_with(int error)
+    {
+        fake::netlink().answer = [error](fake::NetlinkSocket &from, const fake::Sent &request) {
+            from.inbox.push_back({fake::ack(request.bytes, error)});
+        };
+    }
+};
+
+TEST_F(FdbStatic, RequestsCarryTheEntryAndTheKernelsAnswerDecides)
 {
-    EXPECT_EQ(hapiBridgeFdbModify(30, 3, 0, hapiMacAddr{{0x02, 0, 0, 0, 0, 1}}), -1);
-    EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{{LOG_ERR, "hapiBridgeFdbModify: Invalid cmd"}}));
+    struct Case {
+        int command;
+        uint16_t vlan;
+        int ackError;
+        int result;
+        std::vector<fake::LogLine> logs;
+        uint16_t type, flags;
+    };
+    const Case cases[] = {
+        {HAPI_FDB_CMD_ADD, 10, 0, 0, {}, RTM_NEWNEIGH, 0x0605},
+        {HAPI_FDB_CMD_ADD, 0, -EEXIST, -1, {{LOG_ERR, "hapiBridgeFdbModify: rtnl_neigh_add error:-6"}}, RTM_NEWNEIGH, 0x0605},
+        {HAPI_FDB_CMD_DELETE, 10, 0, 0, {}, RTM_DELNEIGH, 0x0005},
+        {HAPI_FDB_CMD_DELETE, 0, -ENOENT, -1, {{LOG_ERR, "hapiBridgeFdbModify: rtnl_neigh_delete error:-12"}},
+         RTM_DELNEIGH, 0x0005},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(testing::Message() << "command " << c.command << " vlan " << c.vlan);
+        fake::reset();
+        acknowledge_with(c.ackError);
+        EXPECT_EQ(hapiBridgeFdbModify(c.command, 3, c.vlan, kMac), c.result);
+        EXPECT_EQ(os().logs, c.logs);
+        ASSERT_EQ(fake::netlink().sent.size(), 1u);
+        const fake::Sent &sent = fake::netlink().sent[0];
+        EXPECT_EQ(sent.port, 0u);
+        const uint32_t port = fake::netlink().sockets[0].port;
+        Bytes expected = fake::message(c.type, c.flags, 1, port,
+                                       {7, 0, 0, 0, 3, 0, 0, 0, 0x42, 0, 0x04, 0,  // ndmsg: bridge, port 3, static
+                                        10, 0, 2, 0, 0x02, 0x11, 0x22, 0x33, 0x44, 0x55, 0, 0});  // NDA_LLADDR
+        if (c.vlan) {
+            const Bytes vlan = {6, 0, 5, 0, static_cast<uint8_t>(c.vlan), 0, 0, 0};  // NDA_VLAN
+            expected.insert(expected.end(), vlan.begin(), vlan.end());
+            expected[0] = static_cast<uint8_t>(expected.size());
+        }
+        EXPECT_EQ(sent.bytes, expected);
+        EXPECT_TRUE(every_socket_closed());
+    }
+}
+
+TEST_F(FdbStatic, NoSocketOrAnUnknownCommandSendsNothing)
+{
+    EXPECT_EQ(hapiBridgeFdbModify(30, 3, 0, kMac), -1);
+    fake::netlink().openErrno = EMFILE;
+    EXPECT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_ADD, 3, 0, kMac), -1);
+    EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{{LOG_ERR, "hapiBridgeFdbModify: Invalid cmd"},
+                                                     {LOG_ERR, "hapiBridgeFdbModify: nl_connect error"}}));
+    EXPECT_TRUE(fake::netlink().sent.empty());
+    EXPECT_TRUE(every_socket_closed());
 }
 
 }  // namespace

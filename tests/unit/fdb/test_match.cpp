@@ -1,65 +1,14 @@
-#include <array>
-#include <cstring>
-#include <ostream>
-#include <linux/neighbour.h>
-#include <linux/rtnetlink.h>
-#include <netlink/attr.h>
 #include <netlink/handlers.h>
-#include <netlink/msg.h>
-#include <sys/socket.h>
 #include <syslog.h>
 
-#include "hapi/hapi_fdb.h"
+#include "neigh_wire.h"
 #include "unit_fixture.h"
-
-static bool operator==(const vekShadowEntry &a, const vekShadowEntry &b)
-{
-    return std::memcmp(&a, &b, sizeof a) == 0;
-}
-
-static void PrintTo(const vekShadowEntry &e, std::ostream *out)
-{
-    char text[96];
-    const uint8_t *m = e.entry.macAddr;
-    std::snprintf(text, sizeof text, "{mark %u, %02x:%02x:%02x:%02x:%02x:%02x vlan %u port %d type %u}", e.mark,
-                  m[0], m[1], m[2], m[3], m[4], m[5], e.entry.vlanId, e.entry.port, e.entry.entryType);
-    *out << text;
-}
 
 namespace {
 
-using Mac = std::array<uint8_t, 6>;
-constexpr Mac kStation{0x02, 0x11, 0x22, 0x33, 0x44, 0x55};
+using namespace neigh_wire;
 constexpr Mac kGroup{0x01, 0x00, 0x5E, 0x00, 0x00, 0x01};
 constexpr const char *kFlushFile = "/sys/class/net/eth1/bridge/flush";
-
-// A bridge neighbour message as the kernel's dump sends it.
-struct Neigh {
-    Mac mac = kStation;
-    int ifindex = 3;
-    uint16_t state = NUD_REACHABLE;
-    uint8_t family = AF_BRIDGE;
-    int vlan = -1;  // -1: no NDA_VLAN
-};
-
-struct MsgFree {
-    void operator()(nl_msg *m) const { nlmsg_free(m); }
-};
-using Msg = std::unique_ptr<nl_msg, MsgFree>;
-
-Msg build(const Neigh &n)
-{
-    Msg msg(nlmsg_alloc_simple(RTM_NEWNEIGH, NLM_F_MULTI));
-    ndmsg ndm{};
-    ndm.ndm_family = n.family;
-    ndm.ndm_ifindex = n.ifindex;
-    ndm.ndm_state = n.state;
-    nlmsg_append(msg.get(), &ndm, sizeof ndm, NLMSG_ALIGNTO);
-    nla_put(msg.get(), NDA_LLADDR, 6, n.mac.data());
-    if (n.vlan >= 0)
-        nla_put_u16(msg.get(), NDA_VLAN, static_cast<uint16_t>(n.vlan));
-    return msg;
-}
 
 // A message holding exactly these bytes, whatever its header claims.
 Msg raw(const Msg &from, size_t keep)
@@ -70,16 +19,6 @@ Msg raw(const Msg &from, size_t keep)
 }
 
 int feed(const Neigh &n) { return vekNetlinkL2NeighMsgValidCB(build(n).get(), nullptr); }
-
-vekShadowEntry entry(const Mac &mac, uint16_t vlan, int32_t port, uint32_t type, uint32_t mark = 0)
-{
-    vekShadowEntry e{mark, {}};
-    std::copy(mac.begin(), mac.end(), e.entry.macAddr);
-    e.entry.vlanId = vlan;
-    e.entry.port = port;
-    e.entry.entryType = type;
-    return e;
-}
 
 class FdbMatch : public UnitTest {
 protected:

@@ -1,40 +1,78 @@
-// Unit fixture for the notification channel: a table of records 1..8 as
-// the boot phase leaves it, without a socket, so sends are skipped and the
-// record state shows what the operations did.
+// Unit fixture for the notification channel: the channel open on the fake
+// netlink socket with records 1..8, as the boot phase leaves it, but without
+// its receive thread; tests hand datagrams to the receive step themselves.
 #pragma once
 
-#include <netlink/msg.h>
+#include <linux/netlink.h>
 
 #include <cstdlib>
-#include <memory>
+#include <string>
 #include <vector>
 
+#include "fake_netlink.h"
+#include "notify/channel.h"
 #include "notify_wire.h"
 #include "unit_fixture.h"
-#include "notify/channel.h"
 
-class NotifyTableTest : public UnitTest {
+namespace notify_test {
+
+inline constexpr int kRecords = 8;
+
+inline void open_records(int count = kRecords)
+{
+    ASSERT_EQ(hapi::notify::open_channel(count), 0);
+    for (int p = 1; p <= count; ++p)
+        vekNetlinkNotifyAddIntf(p);
+}
+
+inline int channel_fd() { return hapi::notify::channel().socket.fd(); }
+
+// A status message as the channel sends it: completed with the channel's
+// port and NLM_F_REQUEST | NLM_F_ACK; the sequence number is m's.
+inline fake::Sent status(uint32_t port, uint32_t groups, notify_wire::Message m)
+{
+    m.nlFlags = notify_wire::kSentFlags;
+    return {channel_fd(), port, groups, notify_wire::encode(m)};
+}
+
+// One datagram from `sender`, read by the channel's receive step; what the
+// handler printed.
+inline std::string deliver(const fake::Bytes &datagram, uint32_t sender)
+{
+    fake::netlink().queue(channel_fd(), {datagram, sender});
+    testing::internal::CaptureStdout();
+    hapi::notify::receive_once();
+    return testing::internal::GetCapturedStdout();
+}
+
+// A link message with sequence number 77 from `sender`, cut to `length` bytes.
+inline fake::Bytes link(uint16_t type, uint32_t sender, int32_t ifIndex, uint32_t flags, uint32_t length = 32)
+{
+    notify_wire::Bytes body;
+    notify_wire::put32(body, 0);  // family, pad, type
+    notify_wire::put32(body, static_cast<uint32_t>(ifIndex));
+    notify_wire::put32(body, flags);
+    notify_wire::put32(body, 0);
+    fake::Bytes b = fake::message(type, NLM_F_REQUEST, 77, sender, body);
+    b.resize(length);
+    reinterpret_cast<nlmsghdr *>(b.data())->nlmsg_len = length;
+    return b;
+}
+
+}  // namespace notify_test
+
+class NotifyTest : public UnitTest {
 protected:
-    static constexpr int kRecords = 8;
+    static constexpr int kRecords = notify_test::kRecords;
 
     void SetUp() override
     {
         UnitTest::SetUp();
-        open_table(kRecords);
-        for (int p = 1; p <= kRecords; ++p)
-            vekNetlinkNotifyAddIntf(p);
+        notify_test::open_records();
     }
-    void TearDown() override { open_table(0); }
+    void TearDown() override { vekNetlinkNotifyDestroy(); }
 
-    static void open_table(int capacity)
-    {
-        auto &ch = hapi::notify::channel();
-        std::free(ch.table);
-        ch.table = capacity ? static_cast<vekNotifyIfEntry *>(std::calloc(capacity, sizeof(vekNotifyIfEntry)))
-                            : nullptr;
-        ch.count = 0;
-        ch.capacity = capacity;
-    }
+    static std::vector<fake::Sent> &sent() { return fake::netlink().sent; }
     static vekNotifyIfEntry &record(int ifIndex)
     {
         std::lock_guard guard(vekNetlinkNotifyLock());
@@ -44,16 +82,3 @@ protected:
         return *e;
     }
 };
-
-struct MsgFree {
-    void operator()(nl_msg *m) const { nlmsg_free(m); }
-};
-using MsgPtr = std::unique_ptr<nl_msg, MsgFree>;
-
-// The whole message as built, header included.
-inline notify_wire::Bytes bytes_of(nl_msg *msg)
-{
-    const nlmsghdr *h = nlmsg_hdr(msg);
-    const auto *p = reinterpret_cast<const uint8_t *>(h);
-    return {p, p + h->nlmsg_len};
-}

@@ -1,91 +1,123 @@
 #include <linux/rtnetlink.h>
+#include <syslog.h>
 
-#include <cstring>
+#include <cerrno>
+#include <functional>
+#include <regex>
 
 #include "notify_fixture.h"
 
 namespace {
 
 using notify_wire::Bytes;
-using notify_wire::encode;
+using notify_wire::Message;
 using notify_wire::pattern;
+using notify_test::status;
 
-class NotifyMessages : public UnitTest {
+class NotifyMessages : public NotifyTest {
 protected:
-    vekNotifyIfEntry entry{};
     Bytes ifTable = pattern(VEK_NOTIFY_IFTABLE_STATS_SIZE, 0x10);
     Bytes rmon = pattern(VEK_NOTIFY_RMON_STATS_SIZE, 0xA0);
-
-    void SetUp() override
-    {
-        UnitTest::SetUp();
-        entry.ifIndex = 3;
-        entry.flags = 0x41;
-        entry.changed = 0x41;
-        std::memcpy(entry.ifTableStats, ifTable.data(), ifTable.size());
-        std::memcpy(entry.rmonStats, rmon.data(), rmon.size());
-    }
-    MsgPtr status(uint32_t port, uint32_t groups, uint32_t seq)
-    {
-        return MsgPtr(hapi::notify::build_link_msg(RTM_NEWLINK, entry, port, groups, seq, true));
-    }
-    static void expect_destination(nl_msg *msg, uint32_t pid, uint32_t groups)
-    {
-        const sockaddr_nl *dst = nlmsg_get_dst(msg);
-        EXPECT_EQ(dst->nl_family, AF_NETLINK);
-        EXPECT_EQ(dst->nl_pid, pid);
-        EXPECT_EQ(dst->nl_groups, groups);
-    }
 };
 
-TEST_F(NotifyMessages, FlagChangeIsTheBare32ByteLinkMessageToTheLinkGroup)
-{
-    MsgPtr msg = status(0, 1, 0);
-    ASSERT_TRUE(msg);
-    EXPECT_EQ(bytes_of(msg.get()), encode({.ifIndex = 3, .flags = 0x41, .change = 0x41}));
-    expect_destination(msg.get(), 0, 1);
-}
-
-TEST_F(NotifyMessages, StatisticsAttributesFollowTheContentMaskIfTableFirst)
+// Each case's operations on port 3, and every message they send to the link
+// group, in order, with the sequence numbers the channel's socket gives them.
+TEST_F(NotifyMessages, StatusMessagesOnTheWire)
 {
     struct Case {
-        uint32_t cemask;
-        const Bytes *ifTable;
-        const Bytes *rmon;
-        size_t length;
+        const char *name;
+        std::function<void()> act;
+        std::vector<Message> sends;
+        size_t lastLength;
     };
-    for (const Case &c : {Case{0x4, nullptr, &rmon, 136}, Case{0x2, &ifTable, nullptr, 236},
-                          Case{0x6, &ifTable, &rmon, 316}}) {
-        SCOPED_TRACE(c.cemask);
-        entry.cemask = c.cemask;
-        MsgPtr msg = status(0, 1, 0);
-        ASSERT_TRUE(msg);
-        const Bytes got = bytes_of(msg.get());
-        EXPECT_EQ(got.size(), c.length);
-        EXPECT_EQ(got, encode({.ifIndex = 3, .flags = 0x41, .change = 0x41, .ifTable = c.ifTable,
-                               .rmon = c.rmon}));
+    const Case cases[] = {
+        {"flag change, then the same bits again",
+         [] {
+             vekNetlinkNotifySetFlags(3, 0x41, 1);
+             vekNetlinkNotifySetFlags(3, 0x41, 1);
+         },
+         {{.seq = 1, .ifIndex = 3, .flags = 0x41, .change = 0x41}},
+         32},
+        {"clearing is sent although sendNow is 0",
+         [] {
+             vekNetlinkNotifySetFlags(3, 0x41, 1);
+             vekNetlinkNotifyClearFlags(3, 0x40, 0);
+         },
+         {{.seq = 1, .ifIndex = 3, .flags = 0x41, .change = 0x41}, {.seq = 2, .ifIndex = 3, .flags = 0x01, .change = 0x40}},
+         32},
+        {"RMON block posted once",
+         [&] {
+             vekNetlinkNotifySetRmonStats(3, rmon.data(), 0);
+             vekNetlinkNotifyPostChanges(3);
+             vekNetlinkNotifyPostChanges(3);
+         },
+         {{.seq = 1, .ifIndex = 3, .rmon = &rmon}},
+         136},
+        {"if-table block posted",
+         [&] {
+             vekNetlinkNotifySetIfTableStats(3, ifTable.data(), 0);
+             vekNetlinkNotifyPostChanges(3);
+         },
+         {{.seq = 1, .ifIndex = 3, .ifTable = &ifTable}},
+         236},
+        {"both blocks, if-table first",
+         [&] {
+             vekNetlinkNotifySetRmonStats(3, rmon.data(), 0);
+             vekNetlinkNotifySetIfTableStats(3, ifTable.data(), 0);
+             vekNetlinkNotifyPostChanges(3);
+         },
+         {{.seq = 1, .ifIndex = 3, .ifTable = &ifTable, .rmon = &rmon}},
+         316},
+        {"statistics sent now carry the pending flags",
+         [&] {
+             vekNetlinkNotifySetFlags(3, 0x41, 0);
+             vekNetlinkNotifySetRmonStats(3, rmon.data(), 1);
+         },
+         {{.seq = 1, .ifIndex = 3, .flags = 0x41, .change = 0x41, .rmon = &rmon}},
+         136},
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        TearDown();
+        SetUp();
+        c.act();
+        std::vector<fake::Sent> expected;
+        for (const Message &m : c.sends)
+            expected.push_back(status(0, 1, m));
+        EXPECT_EQ(sent(), expected);
+        ASSERT_FALSE(sent().empty());
+        EXPECT_EQ(sent().back().bytes.size(), c.lastLength);
+        EXPECT_EQ(record(3).changed | record(3).cemask, 0u);
     }
-}
-
-TEST_F(NotifyMessages, QueryReplyCarriesTheRequestersSequenceAndAddress)
-{
-    entry.cemask = 0x4;
-    MsgPtr msg = status(55, 0, 77);
-    ASSERT_TRUE(msg);
-    EXPECT_EQ(bytes_of(msg.get()),
-              encode({.seq = 77, .ifIndex = 3, .flags = 0x41, .change = 0x41, .rmon = &rmon}));
-    expect_destination(msg.get(), 55, 0);
 }
 
 TEST_F(NotifyMessages, AcknowledgementToTheLineDriverHasNoAttributes)
 {
-    entry.cemask = 0x6;
-    entry.changed = 0x1;
-    MsgPtr msg(hapi::notify::build_link_msg(RTM_SETLINK, entry, 1002, 0, 0, false));
-    ASSERT_TRUE(msg);
-    EXPECT_EQ(bytes_of(msg.get()),
-              encode({.type = notify_wire::kSetLink, .ifIndex = 3, .flags = 0x41, .change = 0x1}));
-    expect_destination(msg.get(), 1002, 0);
+    {
+        std::lock_guard guard(vekNetlinkNotifyLock());
+        vekNotifyIfEntry &e = *vekNetlinkNotifyFindIntf(3);
+        e.flags = 0x41;
+        e.changed = 0x1;
+        e.cemask = 0x6;
+        vekNetlinkNotifySendSetMsg(&e);
+    }
+    EXPECT_EQ(sent(), (std::vector<fake::Sent>{
+                          status(1002, 0, {.type = notify_wire::kSetLink, .seq = 1, .ifIndex = 3, .flags = 0x41,
+                                           .change = 0x1})}));
+    EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{{LOG_INFO, "vekNetlinkNotifySendSetMsg: ifl->flags: 41"}}));
+}
+
+TEST_F(NotifyMessages, FailedSendIsLoggedAndThePendingStateClearedAllTheSame)
+{
+    fake::netlink().sendErrno = ENOBUFS;
+    EXPECT_EQ(vekNetlinkNotifySetFlags(3, 0x41, 1), 0);
+    ASSERT_EQ(os().logs.size(), 1u);
+    EXPECT_EQ(os().logs[0].priority, LOG_ERR);
+    // libnl's code for a lack of buffer space.
+    EXPECT_TRUE(std::regex_match(os().logs[0].text,
+                                 std::regex("\\[vekNetlinkNotifySendNotifyMsg:[0-9]+\\] nl_send_auto failed! err: -5")))
+        << os().logs[0].text;
+    EXPECT_EQ(record(3).changed, 0u);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <linux/if.h>
 #include <linux/rtnetlink.h>
-#include <netlink/netlink.h>
 
+#include <regex>
 #include <string>
 
 #include "hapi/hapi_phy.h"
@@ -10,42 +10,16 @@
 
 namespace {
 
-// A received message as libnl hands it to the hook: exactly `length` bytes
-// of header and body, from netlink port `sender`.
-MsgPtr received(uint16_t type, uint32_t sender, int32_t ifIndex, uint32_t flags, uint32_t length = 32)
-{
-    notify_wire::Bytes b;
-    notify_wire::put32(b, length);
-    notify_wire::put16(b, type);
-    notify_wire::put16(b, NLM_F_REQUEST);
-    notify_wire::put32(b, 77);
-    notify_wire::put32(b, sender);
-    notify_wire::put32(b, 0);
-    notify_wire::put32(b, static_cast<uint32_t>(ifIndex));
-    notify_wire::put32(b, flags);
-    notify_wire::put32(b, 0);
-    b.resize(length);
-    MsgPtr msg(nlmsg_convert(reinterpret_cast<nlmsghdr *>(b.data())));
-    sockaddr_nl src{};
-    src.nl_family = AF_NETLINK;
-    src.nl_pid = sender;
-    nlmsg_set_src(msg.get(), &src);
-    return msg;
-}
+using notify_test::deliver;
+using notify_test::link;
+using notify_test::status;
 
-std::string handle(const MsgPtr &msg)
-{
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(vekNetlinkMsgValid(msg.get(), nullptr), NL_OK);
-    return testing::internal::GetCapturedStdout();
-}
+class NotifyReceive : public NotifyTest {};
 
-class NotifyReceive : public NotifyTableTest {};
-
-TEST_F(NotifyReceive, QueryForAKnownPortIsPrintedAndAnsweredWithoutTouchingItsRecord)
+TEST_F(NotifyReceive, QueryIsPrintedAndAnsweredToTheRequesterWithoutTouchingTheRecord)
 {
     ASSERT_EQ(vekNetlinkNotifySetFlags(5, 0x41, 0), 0);
-    const std::string out = handle(received(RTM_GETLINK, 55, 5, 0));
+    const std::string out = deliver(link(RTM_GETLINK, 55, 5, 0), 55);
     EXPECT_EQ(out, "vekNetlinkMsgValid nl_msg->pid 55 msg_type:   12\n"
                    "vekNetlinkMsgValid hdr->nlmsg_type:   12\n"
                    "vekNetlinkMsgValid hdr->nlmsg_flags:    1\n"
@@ -54,25 +28,41 @@ TEST_F(NotifyReceive, QueryForAKnownPortIsPrintedAndAnsweredWithoutTouchingItsRe
                    "vekNetlinkMsgValid hdr->nlmsg_seq:   4d\n"
                    "Looking for intf: 5\n"
                    "Sending msg for intf: 5\n");
+    EXPECT_EQ(sent(), (std::vector<fake::Sent>{status(55, 0, {.seq = 77, .ifIndex = 5, .flags = 0x41, .change = 0x41})}));
     EXPECT_EQ(record(5).changed, 0x41u);
 }
 
 TEST_F(NotifyReceive, QueryForAnUnknownPortIsOnlyPrinted)
 {
-    const std::string out = handle(received(RTM_GETLINK, 55, 42, 0));
+    const std::string out = deliver(link(RTM_GETLINK, 55, 42, 0), 55);
     EXPECT_NE(out.find("Looking for intf: 42\nIntf: 42 not found\n"), std::string::npos) << out;
-    EXPECT_EQ(out.find("Sending"), std::string::npos);
+    EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(NotifyReceive, MessagesTooShortForALinkBodyAreIgnored)
+TEST_F(NotifyReceive, EveryMessageOfADatagramIsHandledUpToOneClaimingMoreThanArrived)
+{
+    fake::Bytes datagram = link(RTM_GETLINK, 55, 1, 0);
+    const fake::Bytes second = link(RTM_GETLINK, 55, 2, 0);
+    datagram.insert(datagram.end(), second.begin(), second.end());
+    fake::Bytes cut = link(RTM_GETLINK, 55, 3, 0);
+    reinterpret_cast<nlmsghdr *>(cut.data())->nlmsg_len = 64;
+    datagram.insert(datagram.end(), cut.begin(), cut.end());
+    const std::string out = deliver(datagram, 55);
+    EXPECT_NE(out.find("Sending msg for intf: 2\n"), std::string::npos) << out;
+    EXPECT_EQ(out.find("intf: 3"), std::string::npos) << out;
+    EXPECT_EQ(sent().size(), 2u);
+}
+
+TEST_F(NotifyReceive, MessagesTooShortForALinkBodyAreOnlyAnnounced)
 {
     for (uint32_t length = 16; length < 32; length += 4) {
         SCOPED_TRACE(length);
-        const std::string query = handle(received(RTM_GETLINK, 55, 5, 0, length));
-        EXPECT_EQ(query.find("Looking"), std::string::npos);
-        const std::string report = handle(received(RTM_NEWLINK, 1002, 2, 0x41, length));
-        EXPECT_EQ(report.find("shdsl"), std::string::npos);
+        const std::string query = deliver(link(RTM_GETLINK, 55, 5, 0, length), 55);
+        EXPECT_EQ(query, "vekNetlinkMsgValid nl_msg->pid 55 msg_type:   12\n");
+        const std::string report = deliver(link(RTM_NEWLINK, 1002, 2, 0x41, length), 1002);
+        EXPECT_EQ(report, "vekNetlinkMsgValid nl_msg->pid 1002 msg_type:   10\n");
     }
+    EXPECT_TRUE(sent().empty());
     EXPECT_TRUE(platform().messages.empty());
 }
 
@@ -81,18 +71,22 @@ protected:
     void SetUp() override
     {
         PhyTableTest::SetUp();
+        notify_test::open_records();
         add_callback(2, HAPI_CB_LINK_STATE, record);
     }
+    void TearDown() override { vekNetlinkNotifyDestroy(); }
 };
 
 TEST_F(NotifyShdsl, LineDriverReportReachesTheExternalLinkStep)
 {
-    const std::string up = handle(received(RTM_NEWLINK, 1002, 2, 0x41));
-    EXPECT_NE(up.find("vekNetlinkMsgValid nl_msg->pid 1002 msg_type:   10\n"), std::string::npos);
-    EXPECT_NE(up.find("RTM_NEWLINK from shdsl driver ifIndex: 2 flags: 41\n"), std::string::npos);
+    const std::string up = deliver(link(RTM_NEWLINK, 1002, 2, 0x41), 1002);
+    EXPECT_TRUE(std::regex_match(up, std::regex("vekNetlinkMsgValid nl_msg->pid 1002 msg_type:   10\n"
+                                                "vekNetlinkMsgValid [0-9]+ RTM_NEWLINK from shdsl driver "
+                                                "ifIndex: 2 flags: 41\n")))
+        << up;
     EXPECT_EQ(calls(), (std::vector<Call>{{0, 2, 1}}));
     EXPECT_TRUE(os().find("port01")->flags & IFF_UP);
-    handle(received(RTM_NEWLINK, 1002, 2, 0x01));
+    deliver(link(RTM_NEWLINK, 1002, 2, 0x01), 1002);
     EXPECT_EQ(calls(), (std::vector<Call>{{0, 2, 1}, {0, 2, 2}}));
     EXPECT_FALSE(os().find("port01")->flags & IFF_UP);
 }
@@ -100,9 +94,10 @@ TEST_F(NotifyShdsl, LineDriverReportReachesTheExternalLinkStep)
 TEST_F(NotifyShdsl, LinkMessagesFromAnyOtherSenderAreIgnored)
 {
     for (uint32_t sender : {0u, 1001u, 1003u})
-        handle(received(RTM_NEWLINK, sender, 2, 0x41));
+        deliver(link(RTM_NEWLINK, sender, 2, 0x41), sender);
     EXPECT_TRUE(calls().empty());
     EXPECT_FALSE(os().find("port01")->flags & IFF_UP);
+    EXPECT_TRUE(fake::netlink().sent.empty());
 }
 
 }  // namespace

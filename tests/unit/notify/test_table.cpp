@@ -11,7 +11,9 @@ namespace {
 using notify_wire::Bytes;
 using notify_wire::pattern;
 
-TEST_F(NotifyTableTest, LookupFindsEveryRecordAndNoOther)
+class NotifyTable : public NotifyTest {};
+
+TEST_F(NotifyTable, LookupFindsEveryRecordAndNoOther)
 {
     std::lock_guard guard(vekNetlinkNotifyLock());
     for (int p = 1; p <= kRecords; ++p) {
@@ -23,9 +25,10 @@ TEST_F(NotifyTableTest, LookupFindsEveryRecordAndNoOther)
         EXPECT_EQ(vekNetlinkNotifyFindIntf(missing), nullptr) << missing;
 }
 
-TEST_F(NotifyTableTest, LookupDoesNotOverflowAtTheExtremesOfTheKey)
+TEST_F(NotifyTable, LookupDoesNotOverflowAtTheExtremesOfTheKey)
 {
-    open_table(4);
+    vekNetlinkNotifyDestroy();
+    ASSERT_EQ(hapi::notify::open_channel(4), 0);
     for (int p : {INT_MIN, -5, 7, INT_MAX})
         vekNetlinkNotifyAddIntf(p);
     std::lock_guard guard(vekNetlinkNotifyLock());
@@ -34,15 +37,16 @@ TEST_F(NotifyTableTest, LookupDoesNotOverflowAtTheExtremesOfTheKey)
     EXPECT_EQ(vekNetlinkNotifyFindIntf(0), nullptr);
 }
 
-TEST_F(NotifyTableTest, AddingRefusesDuplicatesAndAFullTable)
+TEST_F(NotifyTable, AddingRefusesDuplicatesAndAFullTable)
 {
     vekNetlinkNotifyAddIntf(3);
     vekNetlinkNotifyAddIntf(9);
     EXPECT_EQ(hapi::notify::channel().count, kRecords);
     EXPECT_EQ(vekNetlinkNotifySetFlags(9, 1, 1), -1);
+    EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(NotifyTableTest, SetReplacesTheChangeMaskWithTheNewlySetBits)
+TEST_F(NotifyTable, SetReplacesTheChangeMaskWithTheNewlySetBits)
 {
     EXPECT_EQ(vekNetlinkNotifySetFlags(3, 0x40, 0), 0);
     EXPECT_EQ(record(3).flags, 0x40u);
@@ -54,20 +58,22 @@ TEST_F(NotifyTableTest, SetReplacesTheChangeMaskWithTheNewlySetBits)
     EXPECT_EQ(record(3).changed, 0u);
     EXPECT_EQ(vekNetlinkNotifySetFlags(0, 1, 1), -1);
     EXPECT_EQ(vekNetlinkNotifySetFlags(9, 1, 1), -1);
+    EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(NotifyTableTest, SendingEmptiesThePendingStateButKeepsTheBlocks)
+TEST_F(NotifyTable, SendingEmptiesThePendingStateButKeepsTheBlocks)
 {
     const Bytes rmon = pattern(VEK_NOTIFY_RMON_STATS_SIZE, 7);
     ASSERT_EQ(vekNetlinkNotifySetRmonStats(4, rmon.data(), 0), 0);
     ASSERT_EQ(vekNetlinkNotifySetFlags(4, 0x41, 1), 0);
+    EXPECT_EQ(sent().size(), 1u);
     EXPECT_EQ(record(4).changed, 0u);
     EXPECT_EQ(record(4).cemask, 0u);
     EXPECT_EQ(Bytes(record(4).rmonStats, record(4).rmonStats + 76), rmon);
     EXPECT_EQ(record(4).flags, 0x41u);
 }
 
-TEST_F(NotifyTableTest, StoringForPortZeroFillsEveryRecord)
+TEST_F(NotifyTable, StoringForPortZeroFillsEveryRecord)
 {
     const Bytes ifTable = pattern(VEK_NOTIFY_IFTABLE_STATS_SIZE, 3);
     const Bytes rmon = pattern(VEK_NOTIFY_RMON_STATS_SIZE, 9);
@@ -79,9 +85,10 @@ TEST_F(NotifyTableTest, StoringForPortZeroFillsEveryRecord)
         EXPECT_EQ(record(p).cemask, 0x6u) << p;
     }
     EXPECT_EQ(vekNetlinkNotifySetRmonStats(9, rmon.data(), 0), -1);
+    EXPECT_TRUE(sent().empty());
 }
 
-TEST_F(NotifyTableTest, MissingStatisticsBlockIsRefusedBeforeAnyRecordIsTouched)
+TEST_F(NotifyTable, MissingStatisticsBlockIsRefusedBeforeAnyRecordIsTouched)
 {
     EXPECT_EQ(vekNetlinkNotifySetIfTableStats(0, nullptr, 0), -1);
     EXPECT_EQ(vekNetlinkNotifySetRmonStats(2, nullptr, 1), -1);
@@ -89,7 +96,7 @@ TEST_F(NotifyTableTest, MissingStatisticsBlockIsRefusedBeforeAnyRecordIsTouched)
         EXPECT_EQ(record(p).cemask, 0u);
 }
 
-TEST_F(NotifyTableTest, PostingEveryPortLogsEachRecordAndSendsOnlyPendingOnes)
+TEST_F(NotifyTable, PostingEveryPortLogsEachRecordAndSendsOnlyPendingOnes)
 {
     const Bytes rmon(VEK_NOTIFY_RMON_STATS_SIZE, 0);
     ASSERT_EQ(vekNetlinkNotifySetRmonStats(2, rmon.data(), 0), 0);
@@ -108,6 +115,9 @@ TEST_F(NotifyTableTest, PostingEveryPortLogsEachRecordAndSendsOnlyPendingOnes)
         expected.push_back(line);
     }
     EXPECT_EQ(lines, expected);
+    using notify_test::status;
+    EXPECT_EQ(sent(), (std::vector<fake::Sent>{status(0, 1, {.seq = 1, .ifIndex = 2, .rmon = &rmon}),
+                                               status(0, 1, {.seq = 2, .ifIndex = 5, .flags = 0x41, .change = 0x41})}));
     EXPECT_EQ(record(2).cemask, 0u);
     EXPECT_EQ(record(5).changed, 0u);
 }

@@ -10,6 +10,7 @@
 
 #include "driver_fixture.h"
 #include "hapi/hapi_init.h"
+#include "hapi/hapi_notify.h"
 #include "hapi/hapi_phy.h"
 #include "phy/phy.h"
 
@@ -31,6 +32,9 @@ protected:
             i.flags = IFF_UP | IFF_RUNNING;
         slot_calls().assign(HAPI_CB_SLOT_COUNT, {});
     }
+    // The boot phase opens the notification channel and starts its receive
+    // thread; closing it joins the thread.
+    void TearDown() override { vekNetlinkNotifyDestroy(); }
 
     // The tables as the boot phase leaves them, without running it.
     static void make_tables(int ports = kPorts)

@@ -167,18 +167,17 @@ TEST_F(AdminPower, OutsideTheRunningPhaseOnlyTheRecordChanges)
     EXPECT_EQ(portSettings[2].adminState, 2u);
 }
 
-// The notification callbacks, against a channel table without a socket.
+// The notification callbacks, against the channel on the fake netlink socket.
 class NotifyCallbacks : public AdminPower {
 protected:
     void SetUp() override
     {
         AdminPower::SetUp();
-        auto &ch = hapi::notify::channel();
-        ch.table = static_cast<vekNotifyIfEntry *>(std::calloc(kPorts, sizeof(vekNotifyIfEntry)));
-        ch.capacity = kPorts;
+        ASSERT_EQ(hapi::notify::open_channel(kPorts), 0);
         for (int p = 1; p < kPorts; ++p)
             vekNetlinkNotifyAddIntf(p);
     }
+    void TearDown() override { vekNetlinkNotifyDestroy(); }
     static uint32_t flags(int p)
     {
         std::lock_guard guard(vekNetlinkNotifyLock());
