@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
-#include <thread>
+#include <pthread.h>
 
 #include "notify/notify.h"
 
@@ -22,7 +22,8 @@ struct Channel {
     nl_cb *callbacks = nullptr;
     nl_sock *socket = nullptr;
     int32_t capacity = 0;
-    std::thread thread;
+    pthread_t thread{};
+    bool receiving = false;  // thread started and not yet joined or detached
     int wakeFd = -1;  // eventfd that tells the receive thread to return
 };
 

@@ -9,6 +9,7 @@
 #include <sys/ioctl.h>
 
 #include "core/os.h"
+#include "fake_threads.h"
 
 namespace fake {
 
@@ -20,6 +21,8 @@ Os &os() { return *g_os; }
 
 void reset()
 {
+    // Before taking the lock: the threads being stopped may need it.
+    reset_threads();
     std::lock_guard<std::recursive_mutex> guard(g_os->lock);
     g_os->commands.clear();
     g_os->shellResult.clear();

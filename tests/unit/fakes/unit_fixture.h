@@ -5,6 +5,7 @@
 
 #include "fake_os.h"
 #include "fake_platform.h"
+#include "fake_threads.h"
 
 class UnitTest : public ::testing::Test {
 protected:
@@ -13,6 +14,8 @@ protected:
         fake::reset();
         fake::reset_platform();
     }
+    // No thread the fake started outlives the test.
+    void TearDown() override { fake::stop_threads(); }
     fake::Os &os() { return fake::os(); }
     fake::Platform &platform() { return fake::platform(); }
 
