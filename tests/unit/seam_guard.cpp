@@ -25,6 +25,16 @@ namespace {
 
 constexpr const char *kRealSocket = "a real socket; go through hapi::os or its fake";
 
+// UnitTest::TearDown stops the fake's threads; this catches fixtures whose
+// own TearDown does not call it, so no thread reaches the next test.
+class StopFakeThreads : public testing::EmptyTestEventListener {
+    void OnTestEnd(const testing::TestInfo &) override { fake::stop_threads(); }
+};
+const bool g_listening = [] {
+    testing::UnitTest::GetInstance()->listeners().Append(new StopFakeThreads);
+    return true;
+}();
+
 }  // namespace
 
 extern "C" int socket(int domain, int type, int protocol) noexcept
