@@ -1,5 +1,4 @@
 // Interface up/down, the link query and the link scan thread.
-#include <pthread.h>
 #include <syslog.h>
 
 #include "core/diag.h"
@@ -46,8 +45,7 @@ HAPI_API int veketh_port_link_status_get(uint32_t ifindex, uint32_t *link) noexc
 HAPI_API int veketh_linkscan_register(void *(*handler)(void *)) noexcept
 {
     constexpr const char *kStep = "veketh_linkscan_register";
-    pthread_t thread;
-    if (!handler || pthread_create(&thread, nullptr, handler, nullptr) != 0) {
+    if (!handler || os::thread_start(nullptr, handler, nullptr, true) != 0) {
         os::syslog(LOG_ERR, eth::msg::kLinkscanFailed, kStep, __LINE__);
         return -1;
     }

@@ -54,11 +54,9 @@ extern "C" HAPI_API void vekL2Traverse(void) noexcept
 
 extern "C" HAPI_API int hapiStartSyncShadowFdbThread(void) noexcept
 {
-    pthread_t thread;
-    if (pthread_create(&thread, nullptr, vekFdbSyncShadowFdbThread, nullptr) != 0) {
+    if (os::thread_start(nullptr, vekFdbSyncShadowFdbThread, nullptr, true) != 0) {
         os::syslog(LOG_ERR, "%s", kSyncThreadFailed);
         return -1;
     }
-    pthread_detach(thread);
     return 0;
 }

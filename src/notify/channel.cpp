@@ -14,8 +14,7 @@ namespace hapi::notify {
 
 Channel &channel()
 {
-    // Never destroyed: the receive thread runs until the process ends, and
-    // destroying a joinable std::thread at exit would abort the process.
+    // Never destroyed: the receive thread may run until the process ends.
     static Channel &instance = *new Channel;
     return instance;
 }
@@ -23,6 +22,12 @@ Channel &channel()
 namespace {
 
 constexpr const char *kThreadLine = "vekNeltinkServerMonitoringThreadRoutine!";
+
+void *receive_entry(void *)
+{
+    vekNetlinkServerMonitoringThreadRoutine();
+    return nullptr;
+}
 
 // Waits for the socket or the wake-up; false once the channel is closing.
 bool wait_readable(int socketFd, int wakeFd)
@@ -119,33 +124,34 @@ extern "C" HAPI_API int32_t vekNetlinkNotifyInit(int32_t numPorts) noexcept
     std::lock_guard guard(vekNetlinkNotifyLock());
     if (open_locked(numPorts) != 0)
         return -1;
-    try {
-        channel().thread = std::thread(vekNetlinkServerMonitoringThreadRoutine);
-    } catch (...) {
-        // Without the thread the channel still publishes; it just answers no one.
-    }
+    Channel &ch = channel();
+    // Without the thread the channel still publishes; it just answers no one.
+    ch.receiving = hapi::os::thread_start(&ch.thread, receive_entry, nullptr, false) == 0;
     return 0;
 }
 
 extern "C" HAPI_API void vekNetlinkNotifyDestroy(void) noexcept
 {
     Channel &ch = channel();
-    std::thread receiver;
+    pthread_t receiver{};
+    bool joinable = false;
     {
         std::lock_guard guard(vekNetlinkNotifyLock());
         if (ch.wake)
             hapi::os::eventfd_write(ch.wake.get(), 1);
-        receiver = std::move(ch.thread);
+        receiver = ch.thread;
+        joinable = ch.receiving;
+        ch.receiving = false;
     }
     // The handler takes the lock, so wait for the thread without it.
-    if (receiver.get_id() == std::this_thread::get_id()) {
+    if (joinable && pthread_equal(receiver, pthread_self())) {
         // Closed from inside the handler: the thread ends at its next wait,
         // and the socket it still reads from stays allocated.
-        receiver.detach();
+        hapi::os::thread_detach(receiver);
         return;
     }
-    if (receiver.joinable())
-        receiver.join();
+    if (joinable)
+        hapi::os::thread_join(receiver);
     std::lock_guard guard(vekNetlinkNotifyLock());
     release(ch);
 }

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 #include <memory>
-#include <thread>
+#include <pthread.h>
 
 #include "core/netlink.h"
 #include "core/owned.h"
@@ -22,7 +22,8 @@ struct Channel {
     int32_t count = 0;
     netlink::Socket socket;
     int32_t capacity = 0;
-    std::thread thread;
+    pthread_t thread{};
+    bool receiving = false;  // thread started and not yet joined or detached
     UniqueFd wake;  // eventfd that tells the receive thread to return
 };
 

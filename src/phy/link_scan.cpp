@@ -4,6 +4,7 @@
 #include <array>
 #include <utility>
 
+#include "core/os.h"
 #include "hapi/hapi_storm.h"
 #include "hapi/hapi_veketh.h"
 #include "phy/phy.h"
@@ -118,7 +119,7 @@ bool linkscan_pass() noexcept
 
 void *hapiPhyInternalLinkstatus_handler(void *) noexcept
 {
-    while (hapi::phy::linkscan_pass())
+    while (hapi::os::thread_keep_running() && hapi::phy::linkscan_pass())
         vekApiOsSleep(hapi::phy::kScanPeriodMs);
     return nullptr;
 }

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <pthread.h>
 
+#include "core/os.h"
 #include "phy/phy.h"
 #include "platform/vekplatform.h"
 
@@ -59,7 +60,7 @@ int start(int port)
     pthread_mutex_lock(&info.mutex);
     info.signalEvent = kWait;
     pthread_mutex_unlock(&info.mutex);
-    const int r = pthread_create(&info.thread, nullptr, sfpSignalScanThread, argument);
+    const int r = hapi::os::thread_start(&info.thread, sfpSignalScanThread, argument, false);
     if (r != 0) {
         std::free(argument);
         start_error(__LINE__, kNoThread, port, r);
@@ -108,12 +109,16 @@ void *sfpSignalScanThread(void *argument) noexcept
         return nullptr;
     }
     PortThreadInfo &info = portThreadInfo[port];
-    for (;;) {
+    while (hapi::os::thread_keep_running()) {
         pthread_mutex_lock(&info.mutex);
-        while (info.signalEvent != kPoll)
-            pthread_cond_wait(&info.cond, &info.mutex);
+        while (info.signalEvent != kPoll && hapi::os::thread_keep_running())
+            hapi::os::thread_wait(&info.cond, &info.mutex);
+        const bool poll = info.signalEvent == kPoll;
         pthread_mutex_unlock(&info.mutex);
+        if (!poll)
+            continue;
         hapiPhyInternalSetLinkstate(port, signal_state(port));
         vekApiOsSleep(kPollPeriodMs);
     }
+    return nullptr;
 }

@@ -1,7 +1,6 @@
 // The storm-control task: recomputes a port's percentage limits after its
 // link came up at a new speed. Created by the first setting, never ends.
 #include <mutex>
-#include <pthread.h>
 #include <syslog.h>
 
 #include "hapi/hapi_storm.h"
@@ -30,18 +29,6 @@ void *task_entry(void *)
     return nullptr;
 }
 
-bool spawn_detached()
-{
-    pthread_attr_t attr;
-    if (pthread_attr_init(&attr) != 0)
-        return false;
-    pthread_attr_setdetachstate(&attr, PTHREAD_CREATE_DETACHED);
-    pthread_t thread;
-    const bool started = pthread_create(&thread, &attr, task_entry, nullptr) == 0;
-    pthread_attr_destroy(&attr);
-    return started;
-}
-
 }  // namespace
 
 void start_task()
@@ -60,7 +47,7 @@ void start_task()
         report_no_resource(__LINE__, "task semaphore");
         return;
     }
-    if (!spawn_detached()) {
+    if (os::thread_start(nullptr, task_entry, nullptr, true) != 0) {
         os::syslog(LOG_ERR, "%s", kTaskStartFailed);
         return;
     }
@@ -98,9 +85,11 @@ extern "C" HAPI_API void hapiSysIngressStormCtlTask(void) noexcept
     // Called before the first setting created them, there is nothing to serve.
     if (!storm_ctl_task_sem || !storm_ctl_mutex)
         return;
-    for (;;) {
-        vekApiOsSemaTake(storm_ctl_task_sem, VEK_WAIT_FOREVER);
-        vekApiOsSemaTake(storm_ctl_mutex, VEK_WAIT_FOREVER);
+    while (os::thread_keep_running()) {
+        // A take fails only when the wait is cut short: nothing to serve then.
+        if (vekApiOsSemaTake(storm_ctl_task_sem, VEK_WAIT_FOREVER) != 0 ||
+            vekApiOsSemaTake(storm_ctl_mutex, VEK_WAIT_FOREVER) != 0)
+            continue;
         for (int port = 1; port < kTableSize; ++port) {
             PortLimits &limits = storm_ctl_table[port];
             if (!limits.pending.exchange(0))

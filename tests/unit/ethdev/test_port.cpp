@@ -1,7 +1,5 @@
-#include <atomic>
-#include <chrono>
+#include <cerrno>
 #include <syslog.h>
-#include <thread>
 
 #include "driver_fixture.h"
 #include "hapi/hapi_phy.h"
@@ -219,27 +217,21 @@ TEST_F(PortAttributes, LinkQueryThroughTheSharedContext)
                        "veketh_port_link_status_get"));
 }
 
-std::atomic<int> g_handlers{0};
-
-// Like the real link scan handler, it never returns.
-void *count_handler(void *arg)
-{
-    if (arg == nullptr)
-        ++g_handlers;
-    for (;;)
-        std::this_thread::sleep_for(std::chrono::hours(1));
-}
+void *scan_handler(void *) { return nullptr; }
 
 TEST_F(PortAttributes, EachLinkScanRegistrationStartsAThread)
 {
-    EXPECT_EQ(veketh_linkscan_register(count_handler), 0);
-    EXPECT_EQ(veketh_linkscan_register(count_handler), 0);
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (g_handlers < 2 && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::yield();
-    EXPECT_EQ(g_handlers, 2);
+    EXPECT_EQ(veketh_linkscan_register(scan_handler), 0);
+    EXPECT_EQ(veketh_linkscan_register(scan_handler), 0);
+    ASSERT_EQ(fake::threads().started.size(), 2u);
+    for (const fake::ThreadStart &t : fake::threads().started)
+        EXPECT_TRUE(t.entry == scan_handler && t.argument == nullptr);
     EXPECT_TRUE(logged(LOG_INFO, "\nlinkscan handler created @ %s, %d\n", "veketh_linkscan_register"));
     EXPECT_EQ(veketh_linkscan_register(nullptr), -1);
+    EXPECT_TRUE(logged(LOG_ERR, "\ncan't create linkscan handler @ %s, %d\n", "veketh_linkscan_register"));
+    os().logs.clear();
+    fake::threads().startResult = EAGAIN;
+    EXPECT_EQ(veketh_linkscan_register(scan_handler), -1);
     EXPECT_TRUE(logged(LOG_ERR, "\ncan't create linkscan handler @ %s, %d\n", "veketh_linkscan_register"));
 }
 

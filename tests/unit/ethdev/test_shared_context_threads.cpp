@@ -1,7 +1,5 @@
 // The link scan's queries and a statistics reader share ctx and regs; run
 // them together (meant for the TSan build as much as the plain one).
-#include <thread>
-
 #include "driver_fixture.h"
 #include "ethdev/ethdev.h"
 
@@ -17,7 +15,7 @@ TEST_F(SharedContextThreads, LinkScanAndStatisticsDoNotMixRequests)
     constexpr int kPasses = 300;
 
     int wrongLinks = 0;
-    std::thread scan([&] {
+    fake::TestThread scan([&] {
         for (int pass = 0; pass < kPasses; ++pass)
             for (uint32_t p = 1; p <= 4; ++p) {
                 uint32_t link = 9, speed = 0;
@@ -28,7 +26,7 @@ TEST_F(SharedContextThreads, LinkScanAndStatisticsDoNotMixRequests)
     });
 
     int foreignDumps = 0, failedFetches = 0;
-    std::thread statistics([&] {
+    fake::TestThread statistics([&] {
         hapi::eth::RegisterWords words{};
         for (int pass = 0; pass < kPasses; ++pass) {
             const uint32_t p = 1 + pass % 4;

@@ -10,6 +10,7 @@
 
 #include "core/os.h"
 #include "fake_netlink.h"
+#include "fake_threads.h"
 
 namespace fake {
 
@@ -21,6 +22,8 @@ Os &os() { return *g_os; }
 
 void reset()
 {
+    // Before taking the lock: the threads being stopped may need it.
+    reset_threads();
     std::lock_guard<std::recursive_mutex> guard(g_os->lock);
     g_os->commands.clear();
     g_os->shellResult.clear();

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/vekled.h"
+#include "fake_threads.h"
 #include "platform/vekplatform.h"
 #include "shadow_order.h"
 
@@ -60,12 +61,28 @@ bool Platform::has_message(uint32_t id) const
 using fake::platform;
 
 namespace {
+// As the platform's: a mutex semaphore may be taken again by its owner.
 struct FakeSemaphore {
     std::mutex m;
     std::condition_variable cv;
-    int available;
+    bool recursive = false;
+    int available = 0;
+    std::thread::id owner;
+    int depth = 0;
+
+    bool can_take() const
+    {
+        return recursive ? depth == 0 || owner == std::this_thread::get_id() : available > 0;
+    }
 };
 }  // namespace
+
+bool fake::semaphore_held(VEK_SEM_ID sem)
+{
+    auto *s = static_cast<FakeSemaphore *>(sem);
+    std::lock_guard<std::mutex> guard(s->m);
+    return s->recursive ? s->depth > 0 : s->available == 0;
+}
 
 extern "C" {
 
@@ -141,7 +158,13 @@ int vekpf_SfpSignalDetectGet(usp_t usp, uint32_t *signal)
     return platform().sfpReadResult;
 }
 
-VEK_SEM_ID _vekApiOsSemaMCreate(int) { return _vekApiOsSemaBCreate(0, 1); }
+VEK_SEM_ID _vekApiOsSemaMCreate(int)
+{
+    auto *s = static_cast<FakeSemaphore *>(_vekApiOsSemaBCreate(0, 1));
+    if (s)
+        s->recursive = true;
+    return s;
+}
 
 VEK_SEM_ID _vekApiOsSemaBCreate(int, int initialState)
 {
@@ -149,19 +172,30 @@ VEK_SEM_ID _vekApiOsSemaBCreate(int, int initialState)
     if (platform().semaphoreCreateFails)
         return nullptr;
     ++platform().semaphoresCreated;
-    return new FakeSemaphore{{}, {}, initialState ? 1 : 0};
+    auto *s = new FakeSemaphore;
+    s->available = initialState ? 1 : 0;
+    return s;
 }
 
 int vekApiOsSemaTake(VEK_SEM_ID sem, int timeoutMs)
 {
     auto *s = static_cast<FakeSemaphore *>(sem);
     std::unique_lock<std::mutex> guard(s->m);
-    auto ready = [s] { return s->available > 0; };
-    if (timeoutMs == VEK_WAIT_FOREVER)
-        s->cv.wait(guard, ready);
-    else if (!s->cv.wait_for(guard, std::chrono::milliseconds(timeoutMs), ready))
+    auto ready = [s] { return s->can_take(); };
+    if (timeoutMs == VEK_WAIT_FOREVER) {
+        // A thread the fake is stopping gives up waiting.
+        while (!s->cv.wait_for(guard, std::chrono::milliseconds(5), ready))
+            if (fake::stopping_this_thread())
+                return -1;
+    } else if (!s->cv.wait_for(guard, std::chrono::milliseconds(timeoutMs), ready)) {
         return -1;
-    s->available = 0;
+    }
+    if (s->recursive) {
+        s->owner = std::this_thread::get_id();
+        ++s->depth;
+    } else {
+        s->available = 0;
+    }
     return 0;
 }
 
@@ -170,7 +204,13 @@ int vekApiOsSemaGive(VEK_SEM_ID sem)
     auto *s = static_cast<FakeSemaphore *>(sem);
     {
         std::lock_guard<std::mutex> guard(s->m);
-        s->available = 1;
+        if (s->recursive) {
+            if (s->depth == 0 || s->owner != std::this_thread::get_id())
+                return -1;
+            --s->depth;
+        } else {
+            s->available = 1;
+        }
     }
     s->cv.notify_all();
     return 0;
@@ -178,7 +218,7 @@ int vekApiOsSemaGive(VEK_SEM_ID sem)
 
 void vekApiOsSleep(uint32_t milliseconds)
 {
-    std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    fake::sleep_unless_stopped(std::chrono::milliseconds(milliseconds));
 }
 
 void veklog_preInit(int numOfPorts) { platform().preInitPorts = numOfPorts; }

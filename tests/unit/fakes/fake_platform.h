@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/vekfdbshadow.h"
+#include "platform/vekplatform.h"
 #include "veklog_items.h"
 
 namespace fake {
@@ -55,5 +56,7 @@ Platform &platform();
 // empty FDB shadow table that shadowTbl points to.
 void reset_platform();
 vekShadowTable &shadow_table();
+// Whether a platform semaphore is taken now (a mutex one by anyone at all).
+bool semaphore_held(VEK_SEM_ID sem);
 
 }  // namespace fake

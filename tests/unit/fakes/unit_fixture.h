@@ -6,6 +6,7 @@
 #include "fake_os.h"
 #include "fake_platform.h"
 #include "ports.h"
+#include "fake_threads.h"
 
 class UnitTest : public ::testing::Test {
 protected:
@@ -14,6 +15,8 @@ protected:
         fake::reset();
         fake::reset_platform();
     }
+    // No thread the fake started outlives the test.
+    void TearDown() override { fake::stop_threads(); }
     fake::Os &os() { return fake::os(); }
     fake::Platform &platform() { return fake::platform(); }
 

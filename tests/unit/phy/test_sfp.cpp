@@ -8,15 +8,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// An SFP port (front port 3) initialised through the boot phase, with its
-// signal scan thread started and waiting.
+// An SFP port (front port 3) initialised on the tables the boot phase leaves,
+// with its signal scan thread started (a real one, owned by the fake) and waiting.
 class SfpThread : public PortLifeTest {
 protected:
     void SetUp() override
     {
         PortLifeTest::SetUp();
         platform().portType[3] = HAPI_PORT_TYPE_SFP;
-        ASSERT_EQ(hapiPhyEnterBootPhase(kPorts), 0);
+        fake::threads().real = true;  // stopped and joined by the fixture's teardown
+        make_tables();
         const usp_t usp{1, 1, 3};
         uint32_t result[2] = {};
         ASSERT_EQ(hapiPhyInitPort(&usp, 0, result), 0);

@@ -23,13 +23,6 @@ protected:
         forget();
     }
 
-    // The task thread outlives the test: it must not reach this fixture's model afterwards.
-    void TearDown() override
-    {
-        std::lock_guard<std::recursive_mutex> guard(os().lock);
-        os().shellHook = nullptr;
-    }
-
     void forget()
     {
         std::lock_guard<std::recursive_mutex> guard(os().lock);

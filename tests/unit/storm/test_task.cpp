@@ -1,6 +1,3 @@
-#include <chrono>
-#include <thread>
-
 #include "storm_fixture.h"
 
 namespace {
@@ -9,10 +6,11 @@ using hapi::storm::storm_ctl_table;
 
 struct Seen {
     std::string command;
-    std::thread::id thread;
     bool mutexHeld;
 };
 
+// The task runs on this thread, one pass at a time, from the entry the
+// library asked the OS to start.
 class StormTask : public StormControl {
 protected:
     void SetUp() override
@@ -20,60 +18,43 @@ protected:
         StormControl::SetUp();
         auto modelHook = os().shellHook;
         os().shellHook = [this, modelHook](const std::string &c) {
-            // Taking it without waiting fails exactly while someone holds it.
-            const bool held = vekApiOsSemaTake(hapi::storm::storm_ctl_mutex, 0) != 0;
-            if (!held)
-                vekApiOsSemaGive(hapi::storm::storm_ctl_mutex);
-            seen.push_back({c, std::this_thread::get_id(), held});
+            seen.push_back({c, fake::semaphore_held(hapi::storm::storm_ctl_mutex)});
             return modelHook(c);
         };
     }
 
-    // Polls until a command naming dev with this text has run; nullptr after 5 s.
-    const Seen *await(const std::string &command)
+    // One pass of the task; its semaphore must have been given.
+    void run_task_pass()
     {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-        while (std::chrono::steady_clock::now() < deadline) {
-            {
-                std::lock_guard<std::recursive_mutex> guard(os().lock);
-                for (const Seen &s : seen)
-                    if (s.command == command)
-                        return &s;
-            }
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        }
-        return nullptr;
+        ASSERT_EQ(fake::threads().started.size(), 1u);
+        const fake::ThreadStart task = fake::threads().started[0];
+        EXPECT_TRUE(task.detached);
+        seen.clear();
+        fake::threads().passes = 1;
+        task.entry(task.argument);
     }
 
-    size_t commands_on(const std::string &dev)
-    {
-        std::lock_guard<std::recursive_mutex> guard(os().lock);
-        size_t n = 0;
-        for (const Seen &s : seen)
-            n += s.command.find(" dev " + dev + " ") != std::string::npos;
-        return n;
-    }
-
-    std::vector<Seen> seen;  // guarded by the fake OS lock
+    std::vector<Seen> seen;
 };
 
 TEST_F(StormTask, LinkUpAtANewSpeedReappliesPercentagesFromTheTask)
 {
     link_up(1, 100);
+    link_up(1, 100);  // one task, however often it is asked for
     apply(1, percent_bcast(10));
     apply(1, percent_mcast(5));
-    hapiSysIfIngressStormCtlLinkUpNotify(1, 1000);
+    run_task_pass();  // the pass the task's initial semaphore state allows: nothing pending
+    EXPECT_TRUE(seen.empty());
 
-    const Seen *b = await("tc filter add dev port00 ingress prio 1 u32 match ether dst "
-                          "FF:FF:FF:FF:FF:FF police rate 100000kbit burst 100k");
-    const Seen *m = await("tc filter add dev port00 ingress prio 1 u32 match u16 0x0100 0x0100 at "
-                          "-14 police rate 50000kbit burst 100k");
-    ASSERT_TRUE(b && m);
-    EXPECT_NE(b->thread, std::this_thread::get_id());
-    EXPECT_EQ(b->thread, m->thread);
-    EXPECT_TRUE(b->mutexHeld);
-    EXPECT_TRUE(m->mutexHeld);
+    hapiSysIfIngressStormCtlLinkUpNotify(1, 1000);
     EXPECT_EQ(storm_ctl_table[1].speed, 1000u);
+    run_task_pass();
+    EXPECT_FALSE(seen.empty());
+    for (const Seen &s : seen)
+        EXPECT_TRUE(s.mutexHeld) << s.command;
+    EXPECT_EQ(filters("port00"),
+              (std::vector<std::string>{"u32 match ether dst FF:FF:FF:FF:FF:FF police rate 100000kbit burst 100k",
+                                        "u32 match u16 0x0100 0x0100 at -14 police rate 50000kbit burst 100k"}));
 }
 
 TEST_F(StormTask, OnlyAChangedSpeedOnAPortWithPercentagesWakesIt)
@@ -82,18 +63,20 @@ TEST_F(StormTask, OnlyAChangedSpeedOnAPortWithPercentagesWakesIt)
     link_up(2, 100);
     apply(1, percent_bcast(10));
     apply(2, percent_bcast(10));
-    const size_t port00Before = commands_on("port00");
+    run_task_pass();
 
     hapiSysIfIngressStormCtlLinkUpNotify(1, 100);  // unchanged
     hapiSysIfIngressStormCtlLinkUpNotify(3, 10);   // no percentages: stored only
     EXPECT_EQ(storm_ctl_table[3].speed, 10u);
     EXPECT_EQ(storm_ctl_table[3].pending, 0u);
-    hapiSysIfIngressStormCtlLinkUpNotify(2, 10);   // the task's next pass shows the others were left
+    hapiSysIfIngressStormCtlLinkUpNotify(2, 10);
 
-    ASSERT_TRUE(await("tc filter add dev port01 ingress prio 1 u32 match ether dst "
-                      "FF:FF:FF:FF:FF:FF police rate 1000kbit burst 100k"));
-    EXPECT_EQ(commands_on("port00"), port00Before);
-    EXPECT_EQ(commands_on("port02"), 0u);
+    run_task_pass();
+    EXPECT_FALSE(seen.empty());
+    for (const Seen &s : seen)
+        EXPECT_NE(s.command.find(" dev port01 "), std::string::npos) << s.command;
+    EXPECT_EQ(filters("port01"),
+              std::vector<std::string>{"u32 match ether dst FF:FF:FF:FF:FF:FF police rate 1000kbit burst 100k"});
 }
 
 TEST_F(StormTask, ReportsBeforeTheTaskAreIgnored)
@@ -101,6 +84,7 @@ TEST_F(StormTask, ReportsBeforeTheTaskAreIgnored)
     hapiSysIfIngressStormCtlLinkUpNotify(1, 100);
     EXPECT_EQ(storm_ctl_table[1].speed, 0u);
     EXPECT_EQ(hapi::storm::storm_ctl_task_started, 0);
+    EXPECT_TRUE(fake::threads().started.empty());
 }
 
 }  // namespace
