@@ -3,6 +3,7 @@
 // kPorts ports, recording callbacks, and readers of the structured reports.
 #pragma once
 
+#include <algorithm>
 #include <net/if.h>
 #include <string>
 #include <vector>
@@ -73,23 +74,19 @@ protected:
     }
 
     bool interface_up(int n) { return os().find(static_cast<unsigned>(n))->flags & IFF_UP; }
-    // Reports on the log channel with this message text (error or success).
+    // Reports with this message text, and ports of the link events with this identifier.
     std::vector<fake::LogMessage> reports(const std::string &text)
     {
-        std::lock_guard guard(platform().lock);
         std::vector<fake::LogMessage> found;
-        for (const fake::LogMessage &m : platform().messages)
-            for (const vekpf::LogItem &item : m.items)
-                if (item.kind == VEKLOG_ITEM_TEXT && item.text == text)
-                    found.push_back(m);
+        for (const fake::LogMessage &m : messages())
+            if (std::ranges::any_of(m.items, [&](const vekpf::LogItem &i) { return i.kind == VEKLOG_ITEM_TEXT && i.text == text; }))
+                found.push_back(m);
         return found;
     }
-    // Ports of the link events with this message identifier, in order.
     std::vector<int> link_events(uint32_t id)
     {
-        std::lock_guard guard(platform().lock);
         std::vector<int> ports;
-        for (const fake::LogMessage &m : platform().messages)
+        for (const fake::LogMessage &m : messages())
             if (m.id == id && m.items.size() == 1)
                 ports.push_back(static_cast<int>(m.items[0].number));
         return ports;
@@ -97,10 +94,12 @@ protected:
     size_t led_calls(int port)
     {
         std::lock_guard guard(platform().lock);
-        size_t n = 0;
-        for (const fake::LedCall &l : platform().leds)
-            n += l.port == port;
-        return n;
+        return static_cast<size_t>(std::ranges::count(platform().leds, port, &fake::LedCall::port));
+    }
+    std::vector<fake::LogMessage> messages()
+    {
+        std::lock_guard guard(platform().lock);
+        return platform().messages;
     }
     static vekpf::LogItem text(const char *t) { return {VEKLOG_ITEM_TEXT, VEKLOG_TEXT_SIZE, 0, t}; }
     static vekpf::LogItem number(int v) { return {VEKLOG_ITEM_INT, 4, v, {}}; }
