@@ -18,6 +18,7 @@
 #include "hapi/hapi_init.h"
 #include "hapi/hapi_phy.h"
 #include "notify/channel.h"
+#include "phy_tables.h"
 
 namespace {
 
@@ -33,12 +34,7 @@ void open_channel()
 
 void open_phy_table()
 {
-    numOfPorts = 5;
-    portSettings = static_cast<PhyPortSettings *>(std::calloc(5, sizeof(PhyPortSettings)));
-    portCallbacks = static_cast<PortCallbackSlots *>(std::calloc(5, sizeof(PortCallbackSlots)));
-    for (int p = 0; p < HAPI_MAX_LOGICAL_PORTS; ++p)
-        torvikSwitchingHw.portMap[p] = p >= 1 && p <= 4 ? SwitchPortMapEntry{0, 0, static_cast<int16_t>(p)}
-                                                        : SwitchPortMapEntry{0xFF, 0xFF, -1};
+    static hapi_test::PhyTables tables;  // for the whole run
 }
 
 void add_interfaces()

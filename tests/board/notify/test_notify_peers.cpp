@@ -2,12 +2,13 @@
 // kernel's own link notifications, and a client written elsewhere.
 #include <net/if.h>
 
-#include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "hapi/hapi_init.h"
 #include "hapi/hapi_phy.h"
 #include "notify_board_fixture.h"
+#include "phy_tables.h"
 
 namespace {
 
@@ -27,14 +28,9 @@ protected:
         NotifyChannelTest::SetUpBoard();
         if (HasFatalFailure())
             return;
-        for (auto &entry : torvikSwitchingHw.portMap)
-            entry = SwitchPortMapEntry{0xFF, 0xFF, -1};
-        torvikSwitchingHw.portMap[kPort] = {0, 0, static_cast<int16_t>(if_nametoindex("port01"))};
-        numOfPorts = 5;
-        portSettings = static_cast<PhyPortSettings *>(std::calloc(5, sizeof(PhyPortSettings)));
-        portCallbacks = static_cast<PortCallbackSlots *>(std::calloc(5, sizeof(PortCallbackSlots)));
+        tables.emplace(5, std::array{-1, static_cast<int>(if_nametoindex("port01")), -1, -1});
         for (int p = 0; p < 5; ++p)
-            portCallbacks[p].slot[HAPI_CB_LINK_STATE] = new PortCallbackNode{link_changed, nullptr};
+            hapi_test::PhyTables::on(p, HAPI_CB_LINK_STATE, link_changed);
         calls = 0;
     }
 
@@ -47,6 +43,7 @@ protected:
                                      : vekNetlinkNotifyClearFlags(kPort, 0x40, 1);
     }
     static inline std::atomic<int> calls{0};
+    std::optional<hapi_test::PhyTables> tables;
 
     // Everything sent to the channel before this has been handled.
     void drained()

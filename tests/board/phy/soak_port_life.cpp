@@ -4,8 +4,6 @@
 // and TSan too. Label "soak": not part of the default suite.
 #include <array>
 #include <atomic>
-#include <cstring>
-#include <memory>
 #include <thread>
 
 #include "port_life_board.h"
@@ -22,26 +20,24 @@ TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
 {
     std::array<std::mutex, 5> portBusy;  // held by the flapper for its port
     std::atomic<bool> stop{false};
-    std::atomic<long> statsReads{0}, adminChanges{0}, adminFailures{0}, passes{0};
+    std::atomic<long> adminFailures{0};
 
     // Scans back to back, so a flap is seen in milliseconds, beside the
     // library's own 2.5 s scan thread.
     std::thread scanner([&] {
         while (!stop) {
             hapi::phy::linkscan_pass();
-            ++passes;
             std::this_thread::sleep_for(2ms);
         }
     });
     std::thread reader([&] {
         while (!stop) {
             for (int n = 1; n <= 4; ++n) {
-                const std::string name = board::port_if(n);
+                const auto physical = static_cast<uint32_t>(torvikSwitchingHw.portMap[n].physicalPort);
                 uint32_t link = 0, speed = 0;
-                vekprv_getstats(name.c_str());
-                veketh_port_link_status_get(static_cast<uint32_t>(torvikSwitchingHw.portMap[n].physicalPort), &link);
-                veketh_port_speed_get(static_cast<uint32_t>(torvikSwitchingHw.portMap[n].physicalPort), &speed);
-                ++statsReads;
+                vekprv_getstats(board::port_if(n).c_str());
+                veketh_port_link_status_get(physical, &link);
+                veketh_port_speed_get(physical, &speed);
             }
         }
     });
@@ -53,7 +49,6 @@ TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
             // No power state is configured, so disabling leaves the interface up.
             adminFailures += set_state(hapiPhyAdminstate, n, HAPI_ADMIN_DISABLED) != 0;
             adminFailures += set_state(hapiPhyAdminstate, n, HAPI_ADMIN_ENABLED) != 0;
-            adminChanges += 2;
         }
     });
 
@@ -76,10 +71,6 @@ TEST_F(PortLifeBoard, ThousandFlapsWithStatisticsAndAdminChanges)
 
     EXPECT_EQ(seen, kFlaps);
     EXPECT_EQ(adminFailures, 0);
-    EXPECT_GT(adminChanges, 0);
-    EXPECT_GT(statsReads, 0);
-    std::printf("%d flaps seen in %ld scan passes; %ld statistics rounds, %ld admin changes\n", seen,
-                passes.load(), statsReads.load(), adminChanges.load());
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // The port's life on the simulated board: real carrier changes seen by the
-// link scan thread, SFP signal detect, admin and power state on the interface.
+// link scan thread, admin and power state on the interface.
 #include "netlink_peer.h"
 #include "notify_wire.h"
 #include "port_life_board.h"
@@ -47,32 +47,6 @@ TEST_F(PortLifeBoard, StationLinkFlapIsSeenWithinOneScanPeriod)
     EXPECT_TRUE(board::wait_until([&] { return hapi::storm::storm_ctl_table[kPort].speed == speed; }, 1s));
     EXPECT_TRUE(board::wait_until([&] { return link_reports(kPort, true) == upReports + 1; }, 1s));
     EXPECT_TRUE(published(listener, kPort, IFF_UP | IFF_RUNNING, IFF_RUNNING));
-}
-
-TEST_F(PortLifeBoard, SfpPortFollowsItsSignalOnlyWhileTheLinkIsUp)
-{
-    ASSERT_EQ(word(kSfpPort, hapi::phy::Word::PortType), uint32_t{HAPI_PORT_TYPE_SFP});
-    ASSERT_TRUE(board::wait_until([] { return link_state(kSfpPort) == HAPI_LINK_UP; }, kScanDeadline));
-    for (int signal : {0, 1, 0, 1}) {
-        ASSERT_TRUE(board::sfp(kSfpPort, signal));
-        const uint32_t wanted = signal ? HAPI_LINK_UP : HAPI_LINK_DOWN;
-        // A few 50 ms polls; the scan period is far longer.
-        EXPECT_TRUE(board::wait_until([&] { return link_state(kSfpPort) == wanted; }, 1s)) << "signal " << signal;
-    }
-
-    // One scan pass with the link up and the signal present, so the scan's
-    // previous state is up again and the link drop parks the thread.
-    const size_t before = link_states(kSfpPort).size();
-    ASSERT_TRUE(board::wait_until([&] { return link_states(kSfpPort).size() > before; }, kScanDeadline));
-    ASSERT_TRUE(board::link(kSfpPort, false));
-    ASSERT_TRUE(board::wait_until([] { return link_state(kSfpPort) == HAPI_LINK_DOWN; }, kScanDeadline));
-    // Parked: with the signal present a polling thread would raise the link
-    // (a callback with 1) before the next two scan passes are over.
-    const size_t calls = link_states(kSfpPort).size();
-    ASSERT_TRUE(board::wait_until([&] { return link_states(kSfpPort).size() >= calls + 2; }, 2 * kScanDeadline));
-    const auto states = link_states(kSfpPort);
-    for (size_t i = calls; i < states.size(); ++i)
-        EXPECT_EQ(states[i], uint32_t{HAPI_LINK_DOWN}) << "call " << i;
 }
 
 TEST_F(PortLifeBoard, AdminDisableWithPowerOffTakesTheInterfaceDown)

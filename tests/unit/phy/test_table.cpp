@@ -1,6 +1,3 @@
-#include <cstring>
-#include <linux/netlink.h>
-#include <linux/rtnetlink.h>
 #include <net/if.h>
 
 #include "phy/phy.h"
@@ -15,11 +12,11 @@ using vekpf::LogItem;
 LogItem text(const char *t) { return {VEKLOG_ITEM_TEXT, VEKLOG_TEXT_SIZE, 0, t}; }
 LogItem word(int v) { return {VEKLOG_ITEM_INT, 4, v, {}}; }
 
-class PhyTable : public PhyTableTest {};
-class PhyTableMissing : public UnitTest {};
+using PhyTable = PhyTableTest;
 
-TEST_F(PhyTableMissing, FailsWith17AndReturnLastErrorClearsIt)
+TEST_F(PhyTable, MissingTableFailsWith17AndReturnLastErrorClearsIt)
 {
+    hapi_test::PhyTables none(0);
     EXPECT_EQ(hapiPhyCheckLEDAdminState(2), 1);
     ASSERT_EQ(platform().messages.size(), 1u);
     const fake::LogMessage &m = platform().messages[0];
@@ -39,7 +36,6 @@ TEST_F(PhyTable, WordsAreSingleFieldsAndPortsOutsideTheTableAreRefused)
     uint32_t v = 99;
     ASSERT_EQ(hapi::phy::read_word(3, Word::LedState, v), Status::ok);
     EXPECT_EQ(v, 0u);
-
     EXPECT_EQ(hapi::phy::write_word(kPorts, Word::LinkState, 1), Status::out_of_range);
     EXPECT_EQ(hapi::phy::read_word(-1, Word::LinkState, v), Status::out_of_range);
     EXPECT_EQ(v, 0u);
@@ -50,6 +46,7 @@ TEST_F(PhyTable, WordsAreSingleFieldsAndPortsOutsideTheTableAreRefused)
 TEST_F(PhyTable, CallbacksRunInListOrderWithThePhysicalPort)
 {
     static std::vector<int> order;
+    order.clear();
     add_callback(2, HAPI_CB_ADVERTISEMENT, [](uint32_t, uint32_t, uint32_t) { order.push_back(1); return 0; });
     add_callback(2, HAPI_CB_ADVERTISEMENT, [](uint32_t, uint32_t, uint32_t) { order.push_back(2); return 0; });
     add_callback(2, HAPI_CB_ADVERTISEMENT, record);
@@ -60,21 +57,21 @@ TEST_F(PhyTable, CallbacksRunInListOrderWithThePhysicalPort)
     EXPECT_EQ(order, (std::vector<int>{2, 1}));
 }
 
-struct LedCase {
-    uint32_t admin, power, link;
-    std::vector<int> patterns;  // one check
-};
-
 TEST_F(PhyTable, LedFollowsAdminPowerAndLink)
 {
-    const LedCase cases[] = {
+    struct Case {
+        uint32_t admin, power, link;
+        std::vector<int> patterns;  // of one check
+    };
+    const Case cases[] = {
         {HAPI_ADMIN_ENABLED, HAPI_POWER_OFF, HAPI_LINK_DOWN, {0}},
         {HAPI_ADMIN_DISABLED, HAPI_POWER_ON, HAPI_LINK_UP, {4}},
         {HAPI_ADMIN_DISABLED, HAPI_POWER_OFF, HAPI_LINK_UP, {1}},
         {HAPI_ADMIN_DISABLED, HAPI_POWER_ON, HAPI_LINK_DOWN, {1}},
         {0, HAPI_POWER_ON, HAPI_LINK_UP, {}},
     };
-    for (const LedCase &c : cases) {
+    for (const Case &c : cases) {
+        SCOPED_TRACE(testing::Message() << "admin " << c.admin << " power " << c.power << " link " << c.link);
         platform().leds.clear();
         portSettings[3] = PhyPortSettings{};
         portSettings[3].adminState = c.admin;
@@ -82,43 +79,19 @@ TEST_F(PhyTable, LedFollowsAdminPowerAndLink)
         portSettings[3].linkState = c.link;
         EXPECT_EQ(hapiPhyCheckLEDAdminState(3), 0);
         EXPECT_EQ(hapiPhyCheckLEDAdminState(3), 0);
-        std::vector<int> seen;
+        std::vector<int> seen, expected = c.patterns;
+        expected.insert(expected.end(), c.patterns.begin(), c.patterns.end());  // again on the second check
         for (const fake::LedCall &l : platform().leds) {
-            EXPECT_EQ(l.port, 3);
-            EXPECT_EQ(l.arg3, 0);
-            EXPECT_EQ(l.arg4, 2);
+            EXPECT_EQ(std::tuple(l.port, l.arg3, l.arg4), std::tuple(3, 0, 2));
             seen.push_back(l.pattern);
         }
-        std::vector<int> expected = c.patterns;
-        expected.insert(expected.end(), c.patterns.begin(), c.patterns.end());  // again on the second check
-        EXPECT_EQ(seen, expected) << "admin " << c.admin << " power " << c.power << " link " << c.link;
+        EXPECT_EQ(seen, expected);
     }
     EXPECT_TRUE(platform().messages.empty());
 }
 
-// An rtnetlink link message as the SHDSL driver sends it.
-TEST_F(PhyTable, ExternalLinkUpRaisesTheInterfaceAndCallsLinkCallbacksOnce)
-{
-    add_callback(2, HAPI_CB_LINK_STATE, record);
-    portSettings[2].linkState = HAPI_LINK_DOWN;
-    portSettings[2].adminState = HAPI_ADMIN_ENABLED;
-    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
-    EXPECT_EQ(os().find("port01")->flags & (IFF_UP | IFF_RUNNING), IFF_UP | IFF_RUNNING);
-    EXPECT_EQ(portSettings[2].linkState, 1u);
-    EXPECT_EQ(calls(), (std::vector<Call>{{0, 2, 1}}));
-    EXPECT_EQ(platform().leds.size(), 1u);
-
-    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
-    EXPECT_EQ(calls().size(), 1u);
-    EXPECT_EQ(platform().leds.size(), 2u);  // the LED is checked every time
-
-    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_DOWN);
-    EXPECT_EQ(os().find("port01")->flags & IFF_UP, 0);
-    EXPECT_EQ(calls().back(), (Call{0, 2, 2}));
-    EXPECT_TRUE(platform().messages.empty());
-}
-
-TEST_F(PhyTable, ExternalLinkForAPortOutsideTheTableTouchesNothing)
+// The line driver's link reports reach the external-link step.
+TEST_F(PhyTable, ExternalLinkDrivesTheInterfaceAndCallsLinkCallbacksOnChange)
 {
     hapiPhyExternalPhyLinkStatusChanged(50, HAPI_LINK_UP);
     EXPECT_EQ(hapiPhyReturnLastError(), -18);
@@ -127,6 +100,22 @@ TEST_F(PhyTable, ExternalLinkForAPortOutsideTheTableTouchesNothing)
     EXPECT_EQ(platform().messages[0].items[2], text("hapiPhyExternalPhyLinkStatusChanged"));
     EXPECT_TRUE(os().logs.empty());  // no interface was asked
     EXPECT_TRUE(platform().leds.empty());
+    platform().messages.clear();
+
+    add_callback(2, HAPI_CB_LINK_STATE, record);
+    portSettings[2].linkState = HAPI_LINK_DOWN;
+    portSettings[2].adminState = HAPI_ADMIN_ENABLED;
+    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
+    EXPECT_EQ(os().find("port01")->flags & (IFF_UP | IFF_RUNNING), IFF_UP | IFF_RUNNING);
+    EXPECT_EQ(portSettings[2].linkState, 1u);
+    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_UP);
+    EXPECT_EQ(calls(), (std::vector<Call>{{0, 2, 1}}));
+    EXPECT_EQ(platform().leds.size(), 2u);  // the LED is checked every time
+
+    hapiPhyExternalPhyLinkStatusChanged(2, HAPI_LINK_DOWN);
+    EXPECT_EQ(os().find("port01")->flags & IFF_UP, 0);
+    EXPECT_EQ(calls().back(), (Call{0, 2, 2}));
+    EXPECT_TRUE(platform().messages.empty());
 }
 
 }  // namespace
