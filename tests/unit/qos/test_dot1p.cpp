@@ -2,6 +2,7 @@
 #include <cstring>
 #include <linux/netlink.h>
 #include <syslog.h>
+#include <tuple>
 #include <unistd.h>
 
 #include "qos_fixture.h"
@@ -16,10 +17,12 @@ const std::string kFronts[] = {"port00", "port01", "port02", "port03"};
 // PCP filter bands of the default map 2,0,1,3,4,5,6,7: class c is band 8 - c.
 const Bands kDefaultBands = {6, 8, 7, 5, 4, 3, 2, 1};
 
-void add_pcp_filters(std::vector<std::string> &c, const std::string &dev, const Bands &bands)
+std::vector<std::string> pcp_filters(const std::string &dev, const Bands &bands)
 {
+    std::vector<std::string> c;
     for (int pcp = 0; pcp < 8; ++pcp)
         c.push_back(pcp_filter(dev, pcp, bands[pcp]));
+    return c;
 }
 
 // A port put on a map: its PCP filters replaced, then its default priority
@@ -28,7 +31,8 @@ void add_mapping(std::vector<std::string> &c, const std::string &dev, const Band
                  bool replace = false)
 {
     c.push_back(del_filters(dev, 2));
-    add_pcp_filters(c, dev, bands);
+    for (const std::string &f : pcp_filters(dev, bands))
+        c.push_back(f);
     c.push_back(count_default(dev));
     if (replace)
         c.push_back(del_filters(dev, 3));
@@ -55,12 +59,10 @@ TEST_F(Dot1pMapping, InitBuildsEveryPortThenAppliesTheDefaultMapAndOpensTheSocke
         add_mapping(want, dev, kDefaultBands, 6);
     EXPECT_EQ(os().commands, want);
     ASSERT_EQ(os().socketCalls.size(), 1u);
-    EXPECT_EQ(os().socketCalls[0].domain, AF_NETLINK);
-    EXPECT_EQ(os().socketCalls[0].type, SOCK_RAW);
-    EXPECT_EQ(os().socketCalls[0].protocol, 30);
-    EXPECT_EQ(bound.nl_family, AF_NETLINK);
-    EXPECT_EQ(bound.nl_pid, static_cast<uint32_t>(getpid()));
-    EXPECT_EQ(bound.nl_groups, 0u);
+    EXPECT_EQ(std::tie(os().socketCalls[0].domain, os().socketCalls[0].type, os().socketCalls[0].protocol),
+              std::make_tuple(AF_NETLINK, SOCK_RAW, 30));
+    EXPECT_EQ(std::tie(bound.nl_family, bound.nl_pid, bound.nl_groups),
+              std::make_tuple(sa_family_t{AF_NETLINK}, static_cast<uint32_t>(getpid()), 0u));
     EXPECT_GE(_portprio_sockfd, 0);
     EXPECT_TRUE(os().logs.empty());
 }
@@ -128,9 +130,7 @@ TEST_F(Dot1pMapping, NewMapIsAppliedPortByPort)
 TEST_F(Dot1pMapping, PortFiltersOfTheRebuild)
 {
     EXPECT_EQ(sysQosPortDot1pMappingSet("port02"), 0);
-    std::vector<std::string> want;
-    add_pcp_filters(want, "port02", kDefaultBands);
-    EXPECT_EQ(os().commands, want);
+    EXPECT_EQ(os().commands, pcp_filters("port02", kDefaultBands));
 
     fake::reset();
     os().shellResult[pcp_filter("port02", 0, 6)] = 256;

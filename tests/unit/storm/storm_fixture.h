@@ -1,5 +1,6 @@
 // Storm-control tests on the default board (front port n at index n), with
-// the ingress filters of priority 1 kept in a small model of tc.
+// the ingress filters of priority 1 kept in a small model of tc. The module's
+// table, semaphores and task flag start clean and are left clean.
 #pragma once
 
 #include <map>
@@ -9,18 +10,24 @@
 
 #include "hapi/hapi_init.h"
 #include "hapi/hapi_storm.h"
-#include "unit_fixture.h"
 #include "storm/storm.h"
+#include "unit_fixture.h"
 
 class StormControl : public UnitTest {
 protected:
     void SetUp() override
     {
         UnitTest::SetUp();
+        clean_module();
         add_front_interfaces();
         ASSERT_EQ(hapiInit(), 0);
         os().shellHook = [this](const std::string &c) { return model(c); };
         forget();
+    }
+    void TearDown() override
+    {
+        UnitTest::TearDown();
+        clean_module();
     }
 
     void forget()
@@ -38,41 +45,25 @@ protected:
         return installed[dev];
     }
 
-    int apply(int port, const hapiStormCtlRecord &r)
+    static int apply(int port, const hapiStormCtlRecord &r)
     {
         const usp_t usp = {1, 1, static_cast<int16_t>(port)};
         return hapiSysIfIngressStormCtl(&usp, HAPI_STORM_CTL_COMMAND, &r);
     }
 
     // The task must exist before link reports are taken.
-    void link_up(int port, uint32_t speed)
+    static void link_up(int port, uint32_t speed)
     {
         hapi::storm::start_task();
         hapiSysIfIngressStormCtlLinkUpNotify(port, speed);
     }
 
-    static hapiStormCtlRecord percent_bcast(int value)
+    // One type (or more) at value: percent of the link, else packets per second.
+    static hapiStormCtlRecord limit(uint32_t types, int value, bool percent = false)
     {
         hapiStormCtlRecord r = {};
-        r.actions = HAPI_STORM_BROADCAST;
-        r.mode = HAPI_STORM_MODE_PERCENT;
-        r.broadcastEnable = 1;
-        r.broadcastValue = value;
-        return r;
-    }
-    static hapiStormCtlRecord percent_mcast(int value)
-    {
-        hapiStormCtlRecord r = percent_bcast(0);
-        r.actions = HAPI_STORM_MULTICAST;
-        r.multicastEnable = 1;
-        r.multicastValue = value;
-        return r;
-    }
-    // Packets per second for one type; mode 0.
-    static hapiStormCtlRecord rate(uint32_t type, int value)
-    {
-        hapiStormCtlRecord r = {};
-        r.actions = type;
+        r.actions = types;
+        r.mode = percent ? HAPI_STORM_MODE_PERCENT : 0;
         r.broadcastEnable = r.multicastEnable = r.unicastEnable = 1;
         r.broadcastValue = r.multicastValue = r.unicastValue = value;
         return r;
@@ -82,6 +73,24 @@ protected:
     std::set<std::string> failing;
 
 private:
+    // The fake platform cannot delete a semaphore: old ones stay reachable here.
+    static void clean_module()
+    {
+        using namespace hapi::storm;
+        static std::vector<VEK_SEM_ID> retired;
+        for (VEK_SEM_ID *sem : {&storm_ctl_mutex, &storm_ctl_task_sem})
+            if (*sem)
+                retired.push_back(std::exchange(*sem, nullptr));
+        storm_ctl_task_started = 0;
+        for (PortLimits &l : storm_ctl_table) {
+            l.speed = l.pending = 0;
+            for (int t = 0; t < kTypeCount; ++t) {
+                l.level[t] = 0;
+                l.enable[t] = l.percent[t] = 0;
+            }
+        }
+    }
+
     int model(const std::string &c)
     {
         char dev[32] = {};

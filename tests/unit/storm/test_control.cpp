@@ -1,126 +1,79 @@
-#include <chrono>
 #include <set>
-#include <thread>
+#include <utility>
 
-#include "hapi/hapi_init.h"
-#include "hapi/hapi_storm.h"
 #include "storm_fixture.h"
 
 namespace {
 
-using hapi::storm::storm_ctl_table;
 using vekpf::LogItem;
+using Commands = std::vector<std::string>;
 
-const std::string kDel00 = "tc filter del dev port00 ingress prio 1";
-const std::string kBcastPercent00 =
-    "tc filter add dev port00 ingress prio 1 u32 match ether dst FF:FF:FF:FF:FF:FF police rate "
-    "10000kbit burst 100k";
+constexpr uint32_t B = HAPI_STORM_BROADCAST, M = HAPI_STORM_MULTICAST, U = HAPI_STORM_UNICAST;
+const std::string kB = "u32 match ether dst FF:FF:FF:FF:FF:FF police rate ";
+const std::string kM = "u32 match u16 0x0100 0x0100 at -14 police rate ";
+const std::string kU = "u32 match u16 0x0000 0x0100 at -14 police rate ";
 
-TEST_F(StormControl, TenPercentBroadcastOnA100MbPort)
+std::string del(int port) { return "tc filter del dev port0" + std::to_string(port - 1) + " ingress prio 1"; }
+std::string add(int port, const std::string &filter)
 {
-    link_up(1, 100);
-    EXPECT_EQ(apply(1, percent_bcast(10)), 0);
-    EXPECT_EQ(os().commands, (std::vector<std::string>{kDel00, kBcastPercent00}));
-
-    forget();
-    EXPECT_EQ(apply(1, percent_bcast(150)), 0);  // counts as 100
-    EXPECT_EQ(os().commands.back(),
-              "tc filter add dev port00 ingress prio 1 u32 match ether dst FF:FF:FF:FF:FF:FF police "
-              "rate 100000kbit burst 100k");
-
-    forget();
-    EXPECT_EQ(apply(1, percent_bcast(0)), 0);
-    EXPECT_EQ(os().commands, std::vector<std::string>{kDel00});
-    EXPECT_TRUE(platform().messages.empty());
+    return "tc filter add dev port0" + std::to_string(port - 1) + " ingress prio 1 " + filter + " burst 100k";
 }
 
-TEST_F(StormControl, PercentOnAPortOfUnknownSpeedInstallsNothing)
+// Every setting deletes the port's filters and re-adds what still applies.
+TEST_F(StormControl, SettingsSendTheseCommands)
 {
-    EXPECT_EQ(apply(2, percent_bcast(10)), 0);
-    EXPECT_EQ(os().commands, std::vector<std::string>{"tc filter del dev port01 ingress prio 1"});
-    EXPECT_EQ(storm_ctl_table[2].percent[hapi::storm::kBroadcast], 10);
-    EXPECT_TRUE(platform().messages.empty());
-}
-
-TEST_F(StormControl, RateModeValueOfZeroOrLessStoresDisabled)
-{
-    hapiStormCtlRecord r = rate(HAPI_STORM_UNICAST, 20);
-    EXPECT_EQ(apply(1, r), 0);
-    EXPECT_EQ(os().commands.back(), "tc filter add dev port00 ingress prio 1 u32 match u16 0x0000 "
-                                    "0x0100 at -14 police rate 30000bps burst 100k");
-    EXPECT_EQ(storm_ctl_table[1].enable[hapi::storm::kUnicast], 1u);
-    for (int value : {0, -5}) {
-        forget();
-        EXPECT_EQ(apply(1, rate(HAPI_STORM_UNICAST, value)), 0);
-        EXPECT_EQ(os().commands, std::vector<std::string>{kDel00});
-        EXPECT_EQ(storm_ctl_table[1].enable[hapi::storm::kUnicast], 0u);
-    }
-}
-
-TEST_F(StormControl, MulticastRateDropsTheBroadcastPercentage)
-{
-    link_up(1, 100);
-    apply(1, percent_bcast(10));
-    EXPECT_EQ(filters("port00"), std::vector<std::string>{kBcastPercent00.substr(40)});
-    apply(1, rate(HAPI_STORM_MULTICAST, 10));
-    EXPECT_EQ(filters("port00"), std::vector<std::string>{
-                                     "u32 match u16 0x0100 0x0100 at -14 police rate 15000bps burst 100k"});
-}
-
-TEST_F(StormControl, RateModeReaddsTheOthersInItsOrder)
-{
-    apply(3, rate(HAPI_STORM_BROADCAST, 10));
-    apply(3, rate(HAPI_STORM_UNICAST, 20));
-    forget();
-    apply(3, rate(HAPI_STORM_MULTICAST, 30));
-    EXPECT_EQ(os().commands,
-              (std::vector<std::string>{
-                  "tc filter del dev port02 ingress prio 1",
-                  "tc filter add dev port02 ingress prio 1 u32 match u16 0x0000 0x0100 at -14 police "
-                  "rate 30000bps burst 100k",
-                  "tc filter add dev port02 ingress prio 1 u32 match ether dst FF:FF:FF:FF:FF:FF "
-                  "police rate 15000bps burst 100k",
-                  "tc filter add dev port02 ingress prio 1 u32 match u16 0x0100 0x0100 at -14 police "
-                  "rate 45000bps burst 100k"}));
-}
-
-TEST_F(StormControl, ClearAllLeavesNoFilterWhateverTheMode)
-{
-    link_up(4, 1000);
-    apply(4, rate(HAPI_STORM_BROADCAST, 100));
-    apply(4, rate(HAPI_STORM_MULTICAST, 100));
-    hapiStormCtlRecord r = percent_bcast(5);
-    r.actions = HAPI_STORM_UNICAST;
-    r.unicastEnable = 1;
-    r.unicastValue = 5;
-    apply(4, r);
-    ASSERT_FALSE(filters("port03").empty());
-
     hapiStormCtlRecord clear = {};
     clear.actions = HAPI_STORM_CLEAR_ALL;
-    EXPECT_EQ(apply(4, clear), 0);
-    EXPECT_TRUE(filters("port03").empty());
-    EXPECT_EQ(storm_ctl_table[4].level[hapi::storm::kBroadcast], 0);
-    EXPECT_EQ(storm_ctl_table[4].percent[hapi::storm::kUnicast], 0);
-}
-
-TEST_F(StormControl, OtherCommandsChangeNothing)
-{
-    for (uint32_t command : {297u, 299u}) {
-        const hapiStormCtlRecord r = rate(HAPI_STORM_BROADCAST, 10);
-        const usp_t usp = {1, 1, 1};
-        EXPECT_EQ(hapiSysIfIngressStormCtl(&usp, command, &r), 1);
+    struct Row {
+        const char *what;
+        int port;
+        uint32_t speed;  // 0: no link report
+        std::vector<hapiStormCtlRecord> before;
+        hapiStormCtlRecord record;
+        Commands commands;
+    };
+    const Row rows[] = {
+        {"10% at 100 Mb/s", 1, 100, {}, limit(B, 10, true), {del(1), add(1, kB + "10000kbit")}},
+        {"150% counts as 100", 1, 100, {}, limit(B, 150, true), {del(1), add(1, kB + "100000kbit")}},
+        {"0% removes", 1, 100, {limit(B, 10, true)}, limit(B, 0, true), {del(1)}},
+        {"percent at unknown speed", 2, 0, {}, limit(B, 10, true), {del(2)}},
+        {"packets per second", 1, 0, {}, limit(U, 20), {del(1), add(1, kU + "30000bps")}},
+        {"rate 0 disables", 1, 0, {limit(U, 20)}, limit(U, 0), {del(1)}},
+        {"negative rate disables", 1, 0, {limit(U, 20)}, limit(U, -5), {del(1)}},
+        {"a rate drops the percentages", 1, 100, {limit(B, 10, true)}, limit(M, 10), {del(1), add(1, kM + "15000bps")}},
+        {"rate re-adds the others in its order", 3, 0, {limit(B, 10), limit(U, 20)}, limit(M, 30),
+         {del(3), add(3, kU + "30000bps"), add(3, kB + "15000bps"), add(3, kM + "45000bps")}},
+        {"clear all", 4, 1000, {limit(B | M, 100), limit(U, 5, true)}, clear, Commands(6, del(4))},
+    };
+    for (const Row &row : rows) {
+        SCOPED_TRACE(row.what);
+        SetUp();
+        if (row.speed)
+            link_up(row.port, row.speed);
+        for (const hapiStormCtlRecord &r : row.before)
+            ASSERT_EQ(apply(row.port, r), 0);
+        forget();
+        EXPECT_EQ(apply(row.port, row.record), 0);
+        EXPECT_EQ(os().commands, row.commands);
+        EXPECT_TRUE(platform().messages.empty());
+        TearDown();
     }
-    EXPECT_TRUE(os().commands.empty());
-    EXPECT_EQ(platform().semaphoresCreated, 0);
-    EXPECT_EQ(storm_ctl_table[1].level[hapi::storm::kBroadcast], 0);
 }
 
-TEST_F(StormControl, PortsOutsideTheTableAreRefusedAndReported)
+TEST_F(StormControl, RefusedRequestsChangeNothingAndBadPortsAreReported)
 {
-    torvikSwitchingHw.portMap[5] = SwitchPortMapEntry{0, 0, 5};
-    EXPECT_EQ(apply(96, rate(HAPI_STORM_BROADCAST, 10)), 1);
-    EXPECT_EQ(apply(5, rate(HAPI_STORM_BROADCAST, 10)), 1);
+    const usp_t usp = {1, 1, 1};
+    const hapiStormCtlRecord r = limit(B, 10);
+    EXPECT_EQ(hapiSysIfIngressStormCtl(&usp, 297, &r), 1);
+    EXPECT_EQ(hapiSysIfIngressStormCtl(&usp, 299, &r), 1);
+    EXPECT_EQ(hapiSysIfIngressStormCtl(nullptr, HAPI_STORM_CTL_COMMAND, &r), 1);
+    EXPECT_EQ(hapiSysIfIngressStormCtl(&usp, HAPI_STORM_CTL_COMMAND, nullptr), 1);
+    EXPECT_EQ(platform().semaphoresCreated, 0);
+
+    const SwitchPortMapEntry kept = std::exchange(torvikSwitchingHw.portMap[5], SwitchPortMapEntry{0, 0, 5});
+    EXPECT_EQ(apply(96, r), 1);
+    EXPECT_EQ(apply(5, r), 1);
+    torvikSwitchingHw.portMap[5] = kept;
     EXPECT_TRUE(os().commands.empty());
     ASSERT_EQ(platform().messages.size(), 2u);
     const fake::LogMessage &m = platform().messages[1];
@@ -130,38 +83,30 @@ TEST_F(StormControl, PortsOutsideTheTableAreRefusedAndReported)
     EXPECT_EQ(m.facility, 58u);
     EXPECT_EQ(m.items, (std::vector<LogItem>{{1, 4, 5, {}}, {1, 2, 5, {}}}));
     EXPECT_EQ(platform().messages[0].items, (std::vector<LogItem>{{1, 4, -1, {}}, {1, 2, 96, {}}}));
-
-    const usp_t usp = {1, 1, 1};
-    const hapiStormCtlRecord r = {};
-    EXPECT_EQ(hapiSysIfIngressStormCtl(nullptr, 298, &r), 1);
-    EXPECT_EQ(hapiSysIfIngressStormCtl(&usp, 298, nullptr), 1);
 }
 
 TEST_F(StormControl, FailedFiltersAreReportedWithTheirType)
 {
     link_up(2, 100);
-    apply(2, percent_mcast(20));
+    apply(2, limit(M, 20, true));
     forget();
-    failing.insert("u32 match u16 0x0100 0x0100 at -14 police rate 20000kbit burst 100k");
-    failing.insert("u32 match ether dst FF:FF:FF:FF:FF:FF police rate 1500bps burst 100k");
-    apply(2, percent_bcast(10));
-    apply(2, rate(HAPI_STORM_BROADCAST, 1));
-
+    failing = {kM + "20000kbit burst 100k", kB + "1500bps burst 100k"};
+    apply(2, limit(B, 10, true));
+    apply(2, limit(B, 1));
     std::vector<std::vector<LogItem>> reports;
     for (const fake::LogMessage &m : platform().messages) {
         EXPECT_EQ(m.id, 0x3a0009u);
         reports.push_back(m.items);
     }
     const LogItem port{1, 4, 2, {}};
-    EXPECT_EQ(reports, (std::vector<std::vector<LogItem>>{
-                           {{3, 0x7fffffff, 0, "multicast bandwidth"}, port},
-                           {{3, 0x7fffffff, 0, "broadcast rate"}, port}}));
+    EXPECT_EQ(reports, (std::vector<std::vector<LogItem>>{{{3, 0x7fffffff, 0, "multicast bandwidth"}, port},
+                                                         {{3, 0x7fffffff, 0, "broadcast rate"}, port}}));
 }
 
 TEST_F(StormControl, MissingMutexIsReportedAndTheSettingStillApplies)
 {
     platform().semaphoreCreateFails = true;
-    EXPECT_EQ(apply(1, rate(HAPI_STORM_BROADCAST, 10)), 0);
+    EXPECT_EQ(apply(1, limit(B, 10)), 0);
     EXPECT_EQ(os().commands.size(), 2u);
     ASSERT_EQ(platform().messages.size(), 1u);
     EXPECT_EQ(platform().messages[0].id, 0x3a0008u);
@@ -169,15 +114,15 @@ TEST_F(StormControl, MissingMutexIsReportedAndTheSettingStillApplies)
     EXPECT_EQ(hapi::storm::storm_ctl_task_started, 0);
 
     platform().semaphoreCreateFails = false;
-    apply(1, rate(HAPI_STORM_BROADCAST, 10));
+    apply(1, limit(B, 10));
     EXPECT_EQ(hapi::storm::storm_ctl_task_started, 1);
     EXPECT_EQ(platform().semaphoresCreated, 2);
 }
 
 TEST_F(StormControl, RebuildClearsAndReappliesTheStoredLimits)
 {
-    apply(2, rate(HAPI_STORM_BROADCAST, 10));
-    apply(2, rate(HAPI_STORM_UNICAST, 10));
+    apply(2, limit(B, 10));
+    apply(2, limit(U, 10));
     const std::vector<std::string> before = filters("port01");
     EXPECT_EQ(vekIngress_clear_all("port01"), 0);
     EXPECT_TRUE(filters("port01").empty());
@@ -186,11 +131,15 @@ TEST_F(StormControl, RebuildClearsAndReappliesTheStoredLimits)
     EXPECT_EQ(std::multiset<std::string>(before.begin(), before.end()),
               std::multiset<std::string>(after.begin(), after.end()));
 
+    hapiStormCtlRecord clear = {};
+    clear.actions = HAPI_STORM_CLEAR_ALL;
+    apply(2, clear);
     forget();
+    vekIngress_reapply_all(2);  // nothing stored any more
     vekIngress_reapply_all(5);
     vekIngress_reapply_all(0);
     EXPECT_TRUE(os().commands.empty());
-    os().shellResult["tc filter del dev port01 ingress prio 1"] = 1;
+    os().shellResult[del(2)] = 1;
     failing.insert("*");
     EXPECT_EQ(vekIngress_clear_all("port01"), 1);
     EXPECT_TRUE(os().logged("[[QOS]] tc filter del dev port01 ingress prio 1 Failed "));
