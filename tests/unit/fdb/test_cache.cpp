@@ -14,6 +14,7 @@ namespace {
 
 using namespace neigh_wire;
 using Bytes = std::vector<uint8_t>;
+using D = std::vector<fake::Datagram>;
 
 class FdbCache : public UnitTest {
 protected:
@@ -36,14 +37,12 @@ TEST_F(FdbCache, InitOpensABlockingRouteSocketAndTheScratchRecordCleanupDropsBot
     EXPECT_EQ(s.groups, 0u);
     EXPECT_FALSE(s.nonblocking);
     EXPECT_EQ(hapi::fdb::cache().socket.port(), s.port);  // the port the kernel chose
-    EXPECT_EQ(os().logs, (std::vector<fake::LogLine>{
-                             {LOG_DEBUG, "HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"}}));
     // A second allocation keeps the record and says so again; a second
     // cache init replaces the socket.
     vekL2AddrEntry *first = hapi::fdb::cache().scratch.get();
     EXPECT_EQ(hapiAllocateL2AddrTbl(), 0);
     EXPECT_EQ(hapi::fdb::cache().scratch.get(), first);
-    EXPECT_EQ(os().count_logs("HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"), 2u);
+    EXPECT_EQ(os().logs, std::vector<fake::LogLine>(2, {LOG_DEBUG, "HAPI FDB hapiAllocateL2AddrTbl(): memory allocated: 16"}));
     EXPECT_EQ(vekNetlinkL2NeighCacheInit(), 0);
     EXPECT_FALSE(fake::netlink().sockets[0].open);
 
@@ -73,7 +72,6 @@ protected:
         ASSERT_EQ(hapiFdbInit(), 0);
         os().logs.clear();
     }
-    using Script = std::function<std::vector<fake::Datagram>(uint32_t seq, uint32_t port)>;
     static Bytes done(uint32_t seq, uint32_t port)
     {
         return fake::message(NLMSG_DONE, NLM_F_MULTI, seq, port, {0, 0, 0, 0});
@@ -105,49 +103,40 @@ TEST_F(FdbDump, RepliesReachTheShadowTableOnlyWhenTheyAnswerThisRequest)
     const Mac a{0x02, 0, 0, 0, 0, 0xA}, b{0x02, 0, 0, 0, 0, 0xB}, c{0x02, 0, 0, 0, 0, 0xC};
     struct Case {
         const char *name;
-        Script script;
+        std::function<D(uint32_t seq, uint32_t port)> script;
         std::vector<vekShadowEntry> shadow;
     };
     const Case cases[] = {
         {"split over three receive buffers",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{
-                 {fake::join({reply({.mac = a}, seq, port), reply({.mac = b, .ifindex = 2, .vlan = 10}, seq, port)})},
-                 {reply({.mac = c, .ifindex = 4}, seq, port)},
-                 {done(seq, port)}};
+             return D{{fake::join({reply({.mac = a}, seq, port), reply({.mac = b, .ifindex = 2, .vlan = 10}, seq, port)})},
+                      {reply({.mac = c, .ifindex = 4}, seq, port)}, {done(seq, port)}};
          },
-         {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC), entry(b, 10, 2, HAPI_FDB_ENTRY_DYNAMIC),
-          entry(c, 0, 4, HAPI_FDB_ENTRY_DYNAMIC)}},
+         {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC), entry(b, 10, 2, HAPI_FDB_ENTRY_DYNAMIC), entry(c, 0, 4, HAPI_FDB_ENTRY_DYNAMIC)}},
         {"an earlier dump's replies, another port's and another sender's are passed over",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{
-                 {fake::join({reply({.mac = a}, seq - 1, port), reply({.mac = b}, seq, port + 1)})},
-                 {reply({.mac = c}, seq, port), 55},
-                 {fake::join({reply({.mac = c}, seq, port), done(seq, port)})}};
+             return D{{fake::join({reply({.mac = a}, seq - 1, port), reply({.mac = b}, seq, port + 1)})},
+                      {reply({.mac = c}, seq, port), 55}, {fake::join({reply({.mac = c}, seq, port), done(seq, port)})}};
          },
          {entry(c, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
         {"an interrupted dump still delivers what it read",
-         [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{
-                 {fake::join({reply({.mac = a}, seq, port, NLM_F_DUMP_INTR), done(seq, port)})}};
-         },
+         [&](uint32_t seq, uint32_t port) { return D{{fake::join({reply({.mac = a}, seq, port, NLM_F_DUMP_INTR), done(seq, port)})}}; },
          {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
         {"an error reply ends the dump",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{{fake::join({fake::ack(fake::message(RTM_GETNEIGH, 0, seq, port), -EBUSY),
-                                                        reply({.mac = a}, seq, port)})}};
+             return D{{fake::join({fake::ack(fake::message(RTM_GETNEIGH, 0, seq, port), -EBUSY), reply({.mac = a}, seq, port)})}};
          },
          {}},
         {"a truncated buffer is refused whole",
          [&](uint32_t seq, uint32_t port) {
-             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), reply({.mac = b}, seq, port)}), 0, true}};
+             return D{{fake::join({reply({.mac = a}, seq, port), reply({.mac = b}, seq, port)}), 0, true}};
          },
          {}},
         {"a message claiming more than arrived ends the dump after those before it",
          [&](uint32_t seq, uint32_t port) {
              Bytes cut = reply({.mac = b}, seq, port);
              cut.resize(cut.size() - 4);
-             return std::vector<fake::Datagram>{{fake::join({reply({.mac = a}, seq, port), cut})}, {done(seq, port)}};
+             return D{{fake::join({reply({.mac = a}, seq, port), cut})}, {done(seq, port)}};
          },
          {entry(a, 0, 3, HAPI_FDB_ENTRY_DYNAMIC)}},
     };
