@@ -32,7 +32,7 @@ inline Bytes pattern(size_t size, uint8_t seed)
 
 struct Message {
     uint16_t type = kNewLink;
-    uint16_t nlFlags = 0;
+    uint16_t nlFlags = kSentFlags;
     uint32_t seq = 0;
     int32_t ifIndex = 0;
     uint32_t flags = 0;   // record flags; IFF_BROADCAST is added on the wire
@@ -81,12 +81,21 @@ inline Bytes encode(const Message &m)
     return b;
 }
 
-inline uint32_t seq_of(const Bytes &b)
+inline uint32_t word_at(const Bytes &b, size_t at)
 {
     uint32_t v = 0;
-    if (b.size() >= 12)
-        std::memcpy(&v, b.data() + 8, 4);
+    if (b.size() >= at + 4)
+        std::memcpy(&v, b.data() + at, 4);
     return v;
+}
+inline uint32_t seq_of(const Bytes &b) { return word_at(b, 8); }
+
+// What a listener received, its sequence number (the socket's own count) set to 0.
+inline Bytes unseq(Bytes b)
+{
+    if (b.size() >= 12)
+        std::memset(b.data() + 8, 0, 4);
+    return b;
 }
 
 }  // namespace notify_wire

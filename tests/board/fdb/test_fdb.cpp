@@ -2,7 +2,6 @@
 // mirror, static entries, flush, ageing and the platform's sync thread.
 #include <algorithm>
 #include <cstdio>
-#include <fstream>
 #include <net/if.h>
 #include <sstream>
 #include <tuple>
@@ -118,79 +117,58 @@ TEST_F(FdbBoard, TraversalMirrorsExactlyTheEntriesTheRulesSelect)
     ASSERT_EQ(board::run("ip link set eth1 address 02:00:00:00:aa:03").status, 0);
 
     vekL2Traverse();
-    const auto expected = expected_from_bridge_dump();
-    EXPECT_EQ(mirrored(), expected);
     // Learned, user-added dynamic and the bridge's own address are all there;
     // the user-added static one (no permanent state) is not.
-    EXPECT_GE(expected.size(), 6u);
-    EXPECT_EQ(std::count(expected.begin(), expected.end(), Row{"02:00:00:00:aa:03", 0, 0, 5}), 1);
-    EXPECT_EQ(std::count(expected.begin(), expected.end(),
-                         Row{"02:00:00:00:aa:01", 0, static_cast<int>(if_nametoindex("port01")), 3}), 1);
+    const auto rows = mirrored();
+    EXPECT_EQ(rows, expected_from_bridge_dump());
+    EXPECT_GE(rows.size(), 6u);
+    EXPECT_EQ(std::count(rows.begin(), rows.end(), Row{"02:00:00:00:aa:03", 0, 0, 5}), 1);
 }
 
+// The kernel's EEXIST and ENOENT answer a second add and a second delete.
 TEST_F(FdbBoard, StaticEntryIsAddedOnceAndDeleted)
 {
     const hapiMacAddr mac{{0x02, 0x00, 0x00, 0x00, 0xbb, 0x01}};
     const int ifindex = static_cast<int>(if_nametoindex("port02"));
     ASSERT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_ADD, ifindex, 0, mac), 0);
     EXPECT_TRUE(bridge_lists("^02:00:00:00:bb:01 dev port02 master eth1 static"));
-    EXPECT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_ADD, ifindex, 0, mac), -1);  // the kernel's EEXIST
+    EXPECT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_ADD, ifindex, 0, mac), -1);
     ASSERT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_DELETE, ifindex, 0, mac), 0);
     EXPECT_FALSE(bridge_lists("^02:00:00:00:bb:01 "));
     EXPECT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_DELETE, ifindex, 0, mac), -1);
 }
 
-TEST_F(FdbBoard, StaticEntryInAVlan)
+TEST_F(FdbBoard, StaticEntryInAVlanAndTheVlanOfMirroredEntries)
 {
     HAPI_REQUIRE_KERNEL(board::Feature::BridgeVlanFiltering);
-    ASSERT_EQ(board::run("ip link set eth1 type bridge vlan_filtering 1 && bridge vlan add vid 10 dev port01")
-                  .status, 0);
+    ASSERT_EQ(board::run("ip link set eth1 type bridge vlan_filtering 1 && bridge vlan add vid 10 dev port01 && "
+                         "bridge fdb add 02:00:00:00:bb:03 dev port01 vlan 10 master dynamic").status, 0);
     const hapiMacAddr mac{{0x02, 0x00, 0x00, 0x00, 0xbb, 0x02}};
     const int ifindex = static_cast<int>(if_nametoindex("port01"));
     ASSERT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_ADD, ifindex, 10, mac), 0);
     EXPECT_TRUE(bridge_lists("^02:00:00:00:bb:02 dev port01 vlan 10 master eth1 static"));
-    ASSERT_EQ(board::run("bridge fdb add 02:00:00:00:bb:03 dev port01 vlan 10 master dynamic").status, 0);
     vekL2Traverse();
     const auto rows = mirrored();
     EXPECT_EQ(rows, expected_from_bridge_dump());
     EXPECT_EQ(std::count(rows.begin(), rows.end(), Row{"02:00:00:00:bb:03", 10, ifindex, 3}), 1);
-    ASSERT_EQ(hapiBridgeFdbModify(HAPI_FDB_CMD_DELETE, ifindex, 10, mac), 0);
-    EXPECT_FALSE(bridge_lists("^02:00:00:00:bb:02 "));
-}
-
-TEST_F(FdbBoard, FlushAllEmptiesTheLearnedEntries)
-{
-    ASSERT_TRUE(learn(1, board::StationSocket::mac(1)));
-    ASSERT_TRUE(learn(2, board::StationSocket::mac(2)));
-    EXPECT_EQ(hapiSysAddrFlushAll(), 0);
-    EXPECT_TRUE(board::wait_until([] { return !bridge_lists("^02:00:00:00:01:0"); }, 2s));
-}
-
-TEST_F(FdbBoard, AgeingTimeReachesTheBridgeInHundredths)
-{
-    const uint32_t record[3] = {0, 0, 10};
-    EXPECT_EQ(hapiSysAddrAgingTime(nullptr, 0, record), 0);
-    EXPECT_EQ(board::read_file("/sys/class/net/eth1/bridge/ageing_time"), "1000\n");
 }
 
 TEST_F(FdbBoard, SyncThreadSeesAnAddressMove)
 {
-    const auto period = std::chrono::milliseconds(1000);  // the platform's default
+    const auto within = 3s;  // two sync periods (the platform's default) and some
     const Mac roaming{0x02, 0x00, 0x00, 0x00, 0xcc, 0x01};
-    auto port_of = [&]() {
+    auto on = [&](const char *ifname) {
         vekL2AddrEntry e{};
-        return vekFdbShadowLookup(roaming.data(), 0, &e) == 0 ? e.port : -1;
+        return vekFdbShadowLookup(roaming.data(), 0, &e) == 0 && e.port == int(if_nametoindex(ifname));
     };
-    const int port1 = static_cast<int>(if_nametoindex("port00"));
-    const int port2 = static_cast<int>(if_nametoindex("port01"));
 
     ASSERT_TRUE(learn(1, roaming));
     ASSERT_EQ(hapiStartSyncShadowFdbThread(), 0);
     syncRunning_ = true;
-    ASSERT_TRUE(board::wait_until([&] { return port_of() == port1; }, 2 * period + 1s));
+    ASSERT_TRUE(board::wait_until([&] { return on("port00"); }, within));
 
     ASSERT_TRUE(learn(2, roaming));
-    EXPECT_TRUE(board::wait_until([&] { return port_of() == port2; }, 2 * period + 1s));
+    EXPECT_TRUE(board::wait_until([&] { return on("port01"); }, within));
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 
 #include <linux/netlink.h>
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -25,31 +24,25 @@ inline void open_records(int count = kRecords)
         vekNetlinkNotifyAddIntf(p);
 }
 
-inline int channel_fd() { return hapi::notify::channel().socket.fd(); }
-
-// A status message as the channel sends it: completed with the channel's
-// port and NLM_F_REQUEST | NLM_F_ACK; the sequence number is m's.
-inline fake::Sent status(uint32_t port, uint32_t groups, notify_wire::Message m)
+// A message as the channel's socket sends it to (port, groups).
+inline fake::Sent msg(uint32_t port, uint32_t groups, const notify_wire::Message &m)
 {
-    m.nlFlags = notify_wire::kSentFlags;
-    return {channel_fd(), port, groups, notify_wire::encode(m)};
+    return {hapi::notify::channel().socket.fd(), port, groups, notify_wire::encode(m)};
 }
 
-// One datagram from `sender`, read by the channel's receive step; what the
-// handler printed.
+// One datagram from `sender` through the channel's receive step; what the handler printed.
 inline std::string deliver(const fake::Bytes &datagram, uint32_t sender)
 {
-    fake::netlink().queue(channel_fd(), {datagram, sender});
+    fake::netlink().queue(hapi::notify::channel().socket.fd(), {datagram, sender});
     testing::internal::CaptureStdout();
     hapi::notify::receive_once();
     return testing::internal::GetCapturedStdout();
 }
 
 // A link message with sequence number 77 from `sender`, cut to `length` bytes.
-inline fake::Bytes link(uint16_t type, uint32_t sender, int32_t ifIndex, uint32_t flags, uint32_t length = 32)
+inline fake::Bytes link(uint16_t type, uint32_t sender, int32_t ifIndex, uint32_t flags = 0, uint32_t length = 32)
 {
-    notify_wire::Bytes body;
-    notify_wire::put32(body, 0);  // family, pad, type
+    notify_wire::Bytes body(4);  // family, pad, type
     notify_wire::put32(body, static_cast<uint32_t>(ifIndex));
     notify_wire::put32(body, flags);
     notify_wire::put32(body, 0);
@@ -63,22 +56,11 @@ inline fake::Bytes link(uint16_t type, uint32_t sender, int32_t ifIndex, uint32_
 
 class NotifyTest : public UnitTest {
 protected:
-    static constexpr int kRecords = notify_test::kRecords;
-
     void SetUp() override
     {
         UnitTest::SetUp();
         notify_test::open_records();
     }
     void TearDown() override { vekNetlinkNotifyDestroy(); }
-
     static std::vector<fake::Sent> &sent() { return fake::netlink().sent; }
-    static vekNotifyIfEntry &record(int ifIndex)
-    {
-        std::lock_guard guard(vekNetlinkNotifyLock());
-        vekNotifyIfEntry *e = vekNetlinkNotifyFindIntf(ifIndex);
-        if (!e)
-            std::abort();
-        return *e;
-    }
 };
