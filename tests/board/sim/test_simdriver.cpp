@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstring>
+#include <tuple>
 
 #include "board_harness.h"
 
@@ -23,6 +24,15 @@ ethtool_cmd gset(const std::string &port)
     EXPECT_EQ(board::ethtool(port, &c), 0) << "GSET " << port;
     return c;
 }
+
+// speed, duplex, autoneg, port, MDI-X control
+using Mode = std::tuple<uint32_t, int, int, int, int>;
+Mode mode(const std::string &port)
+{
+    ethtool_cmd c = gset(port);
+    return {ethtool_cmd_speed(&c), c.duplex, c.autoneg, c.port, c.eth_tp_mdix_ctrl};
+}
+const Mode kDefault{100, DUPLEX_FULL, AUTONEG_ENABLE, PORT_TP, ETH_TP_MDI_AUTO};
 
 uint32_t glink(const std::string &port)
 {
@@ -48,12 +58,8 @@ class SimDriverTest : public BoardTest {};
 
 TEST_F(SimDriverTest, SettingsAgreeWithTheEthtoolTool)
 {
+    EXPECT_EQ(mode("port02"), kDefault);
     ethtool_cmd c = gset("port02");
-    EXPECT_EQ(ethtool_cmd_speed(&c), 100u);
-    EXPECT_EQ(c.duplex, DUPLEX_FULL);
-    EXPECT_EQ(c.autoneg, AUTONEG_ENABLE);
-    EXPECT_EQ(c.port, PORT_TP);
-    EXPECT_EQ(c.eth_tp_mdix_ctrl, ETH_TP_MDI_AUTO);
     const uint32_t modes = SUPPORTED_10baseT_Half | SUPPORTED_10baseT_Full | SUPPORTED_100baseT_Half |
                            SUPPORTED_100baseT_Full | SUPPORTED_1000baseT_Full;
     EXPECT_EQ(c.supported & (modes | SUPPORTED_Autoneg), modes | SUPPORTED_Autoneg);
@@ -62,13 +68,9 @@ TEST_F(SimDriverTest, SettingsAgreeWithTheEthtoolTool)
     // What the tool writes, another process reads; only that port changes.
     ASSERT_EQ(board::run("ethtool -s port00 autoneg off && ethtool -s port00 mdix on && "
                          "ethtool -s port00 speed 10 duplex half").status, 0);
-    c = gset("port00");
-    EXPECT_EQ(c.autoneg, AUTONEG_DISABLE);
-    EXPECT_EQ(c.eth_tp_mdix_ctrl, ETH_TP_MDI_X);
-    EXPECT_EQ(c.eth_tp_mdix, ETH_TP_MDI_X);
-    EXPECT_EQ(ethtool_cmd_speed(&c), 10u);
-    EXPECT_EQ(c.duplex, DUPLEX_HALF);
-    EXPECT_EQ(gset("port01").duplex, DUPLEX_FULL);
+    EXPECT_EQ(mode("port00"), Mode(10, DUPLEX_HALF, AUTONEG_DISABLE, PORT_TP, ETH_TP_MDI_X));
+    EXPECT_EQ(gset("port00").eth_tp_mdix, ETH_TP_MDI_X);
+    EXPECT_EQ(mode("port01"), kDefault);
 
     // What this process writes, the tool shows.
     c = gset("port03");
@@ -103,10 +105,7 @@ TEST_F(SimDriverTest, RefusedAndForeignRequests)
         c.duplex = k.duplex;
         c.port = k.port;
         EXPECT_EQ(board::ethtool("port01", &c), EINVAL);
-        c = gset("port01");
-        EXPECT_EQ(ethtool_cmd_speed(&c), 100u);
-        EXPECT_EQ(c.duplex, DUPLEX_FULL);
-        EXPECT_EQ(c.port, PORT_TP);
+        EXPECT_EQ(mode("port01"), kDefault);
     }
     ethtool_value csum{ETHTOOL_GTXCSUM, 7};
     EXPECT_EQ(board::ethtool("port00", &csum), 0);  // veth answers this one
@@ -129,15 +128,12 @@ TEST_F(SimDriverTest, UnpluggedPortLosesCarrierAndReportsUnknownModeOnlyWhileNeg
     EXPECT_EQ(glink("port02"), 1u);
     ASSERT_TRUE(board::link(3, false));
     ASSERT_TRUE(board::wait_until([&] { return carrier() == "0\n" && glink("port02") == 0; }, 1s));
+    EXPECT_EQ(mode("port02"), Mode(SPEED_UNKNOWN, DUPLEX_UNKNOWN, AUTONEG_ENABLE, PORT_TP, ETH_TP_MDI_AUTO));
     ethtool_cmd c = gset("port02");
-    EXPECT_EQ(c.duplex, DUPLEX_UNKNOWN);
-    EXPECT_EQ(ethtool_cmd_speed(&c), static_cast<uint32_t>(SPEED_UNKNOWN));
     c.cmd = ETHTOOL_SSET;
     c.autoneg = AUTONEG_DISABLE;
     ASSERT_EQ(board::ethtool("port02", &c), 0);
-    c = gset("port02");
-    EXPECT_EQ(ethtool_cmd_speed(&c), 100u);
-    EXPECT_EQ(c.duplex, DUPLEX_FULL);
+    EXPECT_EQ(mode("port02"), Mode(100, DUPLEX_FULL, AUTONEG_DISABLE, PORT_TP, ETH_TP_MDI_AUTO));
     ASSERT_TRUE(board::link(3, true));
     EXPECT_TRUE(board::wait_until([&] { return carrier() == "1\n" && glink("port02") == 1; }, 1s));
 }

@@ -175,11 +175,9 @@ int thread_wait(pthread_cond_t *cond, pthread_mutex_t *mutex)
     // Short, so that a stopping thread sees thread_keep_running() soon.
     timespec until;
     clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_nsec += 5'000'000;
-    if (until.tv_nsec >= 1'000'000'000) {
-        until.tv_nsec -= 1'000'000'000;
-        ++until.tv_sec;
-    }
+    const long ns = until.tv_nsec + 5'000'000;
+    until.tv_sec += ns / 1'000'000'000;
+    until.tv_nsec = ns % 1'000'000'000;
     const int r = pthread_cond_timedwait(cond, mutex, &until);
     return r == ETIMEDOUT ? 0 : r;
 }
