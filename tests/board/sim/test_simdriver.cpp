@@ -79,13 +79,6 @@ TEST_F(SimDriverTest, SettingsAgreeWithTheEthtoolTool)
     ASSERT_EQ(board::ethtool("port03", &c), 0);
     EXPECT_EQ(board::run("ethtool port03 | grep -A1 'Advertised link modes'").output,
               "\tAdvertised link modes:  100baseT/Full \n\tAdvertised pause frame use: No\n");
-
-    ethtool_pauseparam p{ETHTOOL_GPAUSEPARAM, 9, 9, 9};
-    ASSERT_EQ(board::ethtool("port01", &p), 0);
-    EXPECT_EQ(p.autoneg + p.rx_pause + p.tx_pause, 0u);
-    EXPECT_EQ(board::run("ethtool -A port01 rx on tx on autoneg on").status, 0);
-    ASSERT_EQ(board::ethtool("port01", &p), 0);
-    EXPECT_EQ(p.autoneg + p.rx_pause + p.tx_pause, 3u);
 }
 
 // Modes the PHY cannot run are refused and change nothing; requests the
@@ -166,10 +159,6 @@ TEST_F(SimDriverTest, RegisterDumpCountsTrafficAndClearTakesABaseline)
     const auto z = dump("port00");
     for (size_t w : {kRxPackets, kTxPackets, kRxOctets, kTxOctets, kRxPackets2})
         EXPECT_EQ(z[w], 0u) << "word " << w;
-    ASSERT_TRUE(board::ping(1, 2, 2));
-    const auto after = dump("port00");
-    EXPECT_GE(after[kRxPackets], 2u);
-    EXPECT_LT(after[kRxPackets], a0[kRxPackets] + 2);
     EXPECT_GE(dump("port01")[kTxPackets], a1[kTxPackets]);  // not cleared
 }
 
