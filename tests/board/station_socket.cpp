@@ -71,7 +71,10 @@ std::optional<std::vector<uint8_t>> StationSocket::receive(std::chrono::millisec
     return std::nullopt;
 }
 
-std::vector<uint8_t> StationSocket::mac(int station) { return {0x02, 0x00, 0x00, 0x00, 0x01, static_cast<uint8_t>(station)}; }
+std::vector<uint8_t> StationSocket::mac(int station)
+{
+    return {0x02, 0x00, 0x00, 0x00, 0x01, static_cast<uint8_t>(station)};
+}
 
 std::vector<uint8_t> StationSocket::frame(const std::vector<uint8_t> &src, std::vector<uint8_t> dst, size_t size,
                                           std::initializer_list<uint8_t> type)

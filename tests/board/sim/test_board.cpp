@@ -53,8 +53,9 @@ TEST_F(BoardTest, BoardsOfDifferentNamesLiveSideBySide)
     ASSERT_EQ(board::run(sim + " up " + other).status, 0);
     // Idempotent: a second up leaves the running board as it is.
     EXPECT_EQ(board::run(sim + " up " + other).output, "board " + other + " is up\n");
-    EXPECT_EQ(board::run("{ { " + sim + " -b " + other + " exec cat /sys/class/net/eth1/ifindex; } 2>/dev/null; }").output,
-              "112\n");
+    const auto index = board::run("{ { " + sim + " -b " + other + " exec cat /sys/class/net/eth1/ifindex; } "
+                                  "2>/dev/null; }");
+    EXPECT_EQ(index.output, "112\n");
     EXPECT_EQ(if_nametoindex("eth1"), 112u);  // ours is untouched
     ASSERT_EQ(board::run(sim + " down " + other).status, 0);
     EXPECT_NE(board::run(sim + " -b " + other + " exec true").status, 0);
