@@ -24,13 +24,15 @@ std::string env(const char *name)
     return v ? v : "";
 }
 
+Result boardsim(const std::string &args) { return run(std::string(HAPI_BOARDSIM) + " " + args); }
+
 }  // namespace
 
 std::string quote(const std::string &text)
 {
     std::string q = "'";
     for (char c : text)
-        q += (c == '\'') ? std::string("'\\''") : std::string(1, c);
+        q += c == '\'' ? "'\\''" : std::string(1, c);
     return q + "'";
 }
 
@@ -73,28 +75,21 @@ Result run(const std::string &command)
     if (!pipe)
         return r;
     std::array<char, 4096> buf;
-    size_t got;
-    while ((got = std::fread(buf.data(), 1, buf.size(), pipe)) > 0)
+    while (size_t got = std::fread(buf.data(), 1, buf.size(), pipe))
         r.output.append(buf.data(), got);
     const int status = ::pclose(pipe);
-    r.status = (status != -1 && WIFEXITED(status)) ? WEXITSTATUS(status) : -1;
+    r.status = status != -1 && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     return r;
 }
 
 Result station(int n, const std::string &command)
 {
-    return run(std::string(HAPI_BOARDSIM) + " station " + std::to_string(n) + " sh -c " + quote(command));
+    return boardsim("station " + std::to_string(n) + " sh -c " + quote(command));
 }
 
-bool link(int n, bool up)
-{
-    return run(std::string(HAPI_BOARDSIM) + " link " + std::to_string(n) + (up ? " up" : " down")).status == 0;
-}
+bool link(int n, bool up) { return boardsim("link " + std::to_string(n) + (up ? " up" : " down")).status == 0; }
 
-bool sfp(int n, int signal)
-{
-    return run(std::string(HAPI_BOARDSIM) + " sfp " + std::to_string(n) + " " + std::to_string(signal)).status == 0;
-}
+bool sfp(int n, int signal) { return boardsim("sfp " + std::to_string(n) + " " + std::to_string(signal)).status == 0; }
 
 bool ping(int from, int to, int count)
 {
@@ -104,10 +99,9 @@ bool ping(int from, int to, int count)
 
 std::optional<uint64_t> counter(const std::string &ifname, const std::string &stat)
 {
-    const auto text = read_file("/sys/class/net/" + ifname + "/statistics/" + stat);
-    if (!text)
-        return std::nullopt;
-    return std::strtoull(text->c_str(), nullptr, 10);
+    if (const auto text = read_file("/sys/class/net/" + ifname + "/statistics/" + stat))
+        return std::strtoull(text->c_str(), nullptr, 10);
+    return std::nullopt;
 }
 
 int ethtool(const std::string &ifname, void *record)
@@ -118,18 +112,15 @@ int ethtool(const std::string &ifname, void *record)
     ifreq req{};
     std::strncpy(req.ifr_name, ifname.c_str(), IFNAMSIZ - 1);
     req.ifr_data = static_cast<char *>(record);
-    const int rc = ::ioctl(fd, SIOCETHTOOL, &req);
-    const int err = rc < 0 ? errno : 0;
+    const int err = ::ioctl(fd, SIOCETHTOOL, &req) < 0 ? errno : 0;
     ::close(fd);
     return err;
 }
 
 std::string environment()
 {
-    std::string release = "unknown";
-    if (auto text = read_file("/proc/sys/kernel/osrelease"))
-        release = text->substr(0, text->find('\n'));
-    return (env("HAPI_IN_VM") == "1" ? "VM, kernel " : "host, kernel ") + release;
+    const std::string release = read_file("/proc/sys/kernel/osrelease").value_or("unknown\n");
+    return (env("HAPI_IN_VM") == "1" ? "VM, kernel " : "host, kernel ") + release.substr(0, release.find('\n'));
 }
 
 }  // namespace board

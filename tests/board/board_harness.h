@@ -21,9 +21,9 @@
 //
 // Tests that need what only a full distribution kernel has (prio/sfq qdiscs,
 // basic classifier, skbedit/police actions, bridge VLAN filtering, 802.1Q)
-// start with HAPI_REQUIRE_KERNEL(board::Feature::...) or
-// HAPI_NEEDS_VM_KERNEL(); on a kernel without it they skip with a one-line
-// reason, and the kernel label runs them inside the VM (sim/vmrun).
+// start with HAPI_REQUIRE_KERNEL(board::Feature::...); on a kernel without it
+// they skip with a one-line reason, and the kernel label runs them inside the
+// VM (sim/vmrun).
 #pragma once
 
 #include <gtest/gtest.h>
@@ -32,7 +32,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "wait.h"
@@ -88,8 +87,6 @@ public:
     bool send(const std::vector<uint8_t> &frame);
     // The next frame received before the deadline, if any.
     std::optional<std::vector<uint8_t>> receive(std::chrono::milliseconds within);
-    // Drops whatever has been received so far.
-    void drain();
     static std::vector<uint8_t> mac(int station);  // 02:00:00:00:01:0n
     // A frame from src to dst: the two addresses, then `type`
     // (by default a local experimental EtherType), padded to `size`.
@@ -135,11 +132,4 @@ protected:
         if (!board::kernel_has(feature))                                                    \
             GTEST_SKIP() << "needs the VM kernel: this kernel (" << board::environment()    \
                          << ") lacks " << board::feature_name(feature);                      \
-    } while (0)
-
-#define HAPI_NEEDS_VM_KERNEL()                                                              \
-    do {                                                                                    \
-        if (auto missing_ = board::missing_vm_feature())                                    \
-            GTEST_SKIP() << "needs the VM kernel: this kernel (" << board::environment()    \
-                         << ") lacks " << board::feature_name(*missing_);                    \
     } while (0)

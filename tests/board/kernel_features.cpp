@@ -44,11 +44,10 @@ bool kernel_has(Feature f)
     static std::mutex lock;
     static std::map<Feature, bool> known;
     std::lock_guard<std::mutex> guard(lock);
-    auto it = known.find(f);
-    if (it == known.end())
-        it = known.emplace(f, run("unshare -n sh -c \"" + std::string(kProbes[static_cast<int>(f)].commands) +
-                                  "\" >/dev/null 2>&1").status == 0).first;
-    return it->second;
+    if (!known.count(f))
+        known[f] = run("unshare -n sh -c \"" + std::string(kProbes[static_cast<int>(f)].commands) +
+                       "\" >/dev/null 2>&1").status == 0;
+    return known[f];
 }
 
 const char *feature_name(Feature f) { return kProbes[static_cast<int>(f)].name; }

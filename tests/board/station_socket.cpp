@@ -10,8 +10,8 @@
 #include <net/if.h>
 #include <poll.h>
 #include <sched.h>
-#include <sys/ioctl.h>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
 
 namespace board {
@@ -19,24 +19,20 @@ namespace board {
 StationSocket::StationSocket(int n)
 {
     const std::string path = "/run/netns/hb-" + name() + "-s" + std::to_string(n);
-    std::thread opener([&] {
+    std::thread([&] {
         const int ns = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-        if (ns < 0)
-            return;
-        if (::setns(ns, CLONE_NEWNET) == 0) {
+        if (ns >= 0 && ::setns(ns, CLONE_NEWNET) == 0) {
             fd_ = ::socket(AF_PACKET, SOCK_RAW | SOCK_CLOEXEC, htons(ETH_P_ALL));
             ifindex_ = static_cast<int>(::if_nametoindex("eth0"));
         }
-        ::close(ns);
-    });
-    opener.join();
-    if (fd_ < 0)
-        return;
+        if (ns >= 0)
+            ::close(ns);
+    }).join();
     sockaddr_ll addr{};
     addr.sll_family = AF_PACKET;
     addr.sll_protocol = htons(ETH_P_ALL);
     addr.sll_ifindex = ifindex_;
-    if (ifindex_ == 0 || ::bind(fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0) {
+    if (fd_ >= 0 && (ifindex_ == 0 || ::bind(fd_, reinterpret_cast<sockaddr *>(&addr), sizeof addr) != 0)) {
         ::close(fd_);
         fd_ = -1;
     }
@@ -50,41 +46,29 @@ StationSocket::~StationSocket()
 
 bool StationSocket::send(const std::vector<uint8_t> &frame)
 {
-    if (fd_ < 0)
-        return false;
-    return ::send(fd_, frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
+    return fd_ >= 0 && ::send(fd_, frame.data(), frame.size(), 0) == static_cast<ssize_t>(frame.size());
 }
 
 std::optional<std::vector<uint8_t>> StationSocket::receive(std::chrono::milliseconds within)
 {
-    if (fd_ < 0)
-        return std::nullopt;
-    const auto deadline = std::chrono::steady_clock::now() + within;
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
-            deadline - std::chrono::steady_clock::now());
-        pollfd p{fd_, POLLIN, 0};
-        if (::poll(&p, 1, static_cast<int>(std::max<long>(left.count(), 0))) <= 0)
-            return std::nullopt;
+    using namespace std::chrono;
+    const auto deadline = steady_clock::now() + within;
+    for (pollfd p{fd_, POLLIN, 0}; fd_ >= 0;) {
+        const long left = duration_cast<milliseconds>(deadline - steady_clock::now()).count();
+        if (::poll(&p, 1, static_cast<int>(std::max(left, 0L))) <= 0)
+            break;
         std::vector<uint8_t> frame(65536);
         sockaddr_ll from{};
         socklen_t len = sizeof from;
-        const ssize_t got = ::recvfrom(fd_, frame.data(), frame.size(), 0,
-                                       reinterpret_cast<sockaddr *>(&from), &len);
+        const ssize_t got = ::recvfrom(fd_, frame.data(), frame.size(), 0, reinterpret_cast<sockaddr *>(&from), &len);
         if (got < 0)
-            return std::nullopt;
-        // Our own transmissions come back on the socket too.
-        if (from.sll_pkttype == PACKET_OUTGOING)
+            break;
+        if (from.sll_pkttype == PACKET_OUTGOING)  // our own transmissions come back too
             continue;
         frame.resize(static_cast<size_t>(got));
         return frame;
     }
-}
-
-void StationSocket::drain()
-{
-    while (receive(std::chrono::milliseconds(0)))
-        ;
+    return std::nullopt;
 }
 
 std::vector<uint8_t> StationSocket::mac(int station)

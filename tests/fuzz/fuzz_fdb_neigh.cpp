@@ -4,6 +4,7 @@
 // as one message held in exactly its own bytes, so that ASan sees any read
 // past a message. Neither may crash, hang or read beyond what arrived.
 // The dump request of each run has sequence number 1 from port 4000.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <netlink/msg.h>
@@ -34,14 +35,10 @@ void seed_shadow()
 std::vector<fake::Datagram> split(const uint8_t *data, size_t size)
 {
     std::vector<fake::Datagram> datagrams;
-    while (size >= 2) {
-        size_t length = static_cast<size_t>(data[0] | data[1] << 8);
-        data += 2;
-        size -= 2;
-        length = std::min(length, size);
-        datagrams.push_back({fake::Bytes(data, data + length)});
-        data += length;
-        size -= length;
+    for (size_t at = 0; at + 2 <= size;) {
+        const size_t length = std::min<size_t>(data[at] | data[at + 1] << 8, size - at - 2);
+        datagrams.push_back({fake::Bytes(data + at + 2, data + at + 2 + length)});
+        at += 2 + length;
     }
     return datagrams;
 }

@@ -7,8 +7,8 @@
 #include <netlink/msg.h>
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <vector>
 
@@ -19,32 +19,12 @@
 #include "hapi/hapi_phy.h"
 #include "notify/channel.h"
 #include "phy_tables.h"
+#include "ports.h"
 
 namespace {
 
 constexpr uint32_t kSenders[] = {0, 55, 1001, 1002};
 constexpr int kRecords = 8;
-
-void open_channel()
-{
-    hapi::notify::open_channel(kRecords);
-    for (int p = 1; p <= kRecords; ++p)
-        vekNetlinkNotifyAddIntf(p);
-}
-
-void open_phy_table()
-{
-    static hapi_test::PhyTables tables;  // for the whole run
-}
-
-void add_interfaces()
-{
-    for (unsigned n = 1; n <= 4; ++n) {
-        char name[16];
-        std::snprintf(name, sizeof name, "port%02u", n - 1);
-        fake::add_interface(name, n);
-    }
-}
 
 }  // namespace
 
@@ -53,8 +33,10 @@ extern "C" int LLVMFuzzerInitialize(int *, char ***)
     // The handler prints every message; keep libFuzzer's own output readable.
     if (!std::freopen("/dev/null", "w", stdout))
         return 0;
-    open_channel();
-    open_phy_table();
+    hapi::notify::open_channel(kRecords);
+    for (int p = 1; p <= kRecords; ++p)
+        vekNetlinkNotifyAddIntf(p);
+    static hapi_test::PhyTables tables;  // for the whole run
     return 0;
 }
 
@@ -64,18 +46,16 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     {
         // Not fake::reset(): the channel's socket lives across runs.
-        std::lock_guard<std::recursive_mutex> guard(fake::os().lock);
+        fake::Guard guard(fake::os().lock);
         fake::os().logs.clear();
         fake::os().interfaces.clear();
         fake::netlink().sent.clear();
     }
     fake::reset_platform();
-    add_interfaces();
-    uint32_t sender = kSenders[data[0] % 4];
-    ++data;
-    --size;
-
-    std::vector<uint8_t> datagram(data, data + size);
+    for (int n = 1; n <= hapi_test::kFrontPorts; ++n)
+        fake::add_interface(hapi_test::port_name(n), static_cast<unsigned>(n));
+    const uint32_t sender = kSenders[data[0] % 4];
+    std::vector<uint8_t> datagram(data + 1, data + size);
     auto *hdr = reinterpret_cast<nlmsghdr *>(datagram.data());
     int left = static_cast<int>(datagram.size());
     while (nlmsg_ok(hdr, left)) {

@@ -23,7 +23,12 @@ namespace {
     std::abort();
 }
 
-constexpr const char *kRealSocket = "a real socket; go through hapi::os or its fake";
+[[noreturn]] void refuse_socket(const char *call, int domain, int type, int protocol)
+{
+    char text[64];
+    std::snprintf(text, sizeof text, "%s(%d, %d, %d)", call, domain, type, protocol);
+    refuse(text, "a real socket; go through hapi::os or its fake");
+}
 
 // UnitTest::TearDown stops the fake's threads; this catches fixtures whose
 // own TearDown does not call it, so no thread reaches the next test.
@@ -37,18 +42,11 @@ const bool g_listening = [] {
 
 }  // namespace
 
-extern "C" int socket(int domain, int type, int protocol) noexcept
-{
-    char call[64];
-    std::snprintf(call, sizeof call, "socket(%d, %d, %d)", domain, type, protocol);
-    refuse(call, kRealSocket);
-}
+extern "C" int socket(int domain, int type, int protocol) noexcept { refuse_socket("socket", domain, type, protocol); }
 
 extern "C" int socketpair(int domain, int type, int protocol, int[2]) noexcept
 {
-    char call[64];
-    std::snprintf(call, sizeof call, "socketpair(%d, %d, %d)", domain, type, protocol);
-    refuse(call, kRealSocket);
+    refuse_socket("socketpair", domain, type, protocol);
 }
 
 extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attr, void *(*entry)(void *),

@@ -3,8 +3,6 @@
 // skip; inside the VM (kernel label) they run.
 #include "board_harness.h"
 
-using namespace std::chrono_literals;
-
 namespace {
 
 constexpr const char *kVlanFiltering = "echo 1 > /sys/class/net/eth1/bridge/vlan_filtering";
@@ -13,26 +11,23 @@ class KernelFeatureTest : public BoardTest {};
 
 }  // namespace
 
-// The probes decide which tests skip; they must say what the board does.
+// The probes decide which tests skip: they must say what the board does,
+// and inside the VM find nothing missing.
 TEST_F(KernelFeatureTest, ProbesAgreeWithTheBoard)
 {
+    using board::Feature;
     SCOPED_TRACE(board::environment());
     EXPECT_EQ(board::run("tc qdisc add dev port00 parent root handle 1:0 prio bands 8").status == 0,
-              board::kernel_has(board::Feature::PrioQdisc));
+              board::kernel_has(Feature::PrioQdisc));
     ASSERT_EQ(board::run("tc qdisc add dev port00 ingress").status, 0);  // every kernel we run on has it
     EXPECT_EQ(board::run("tc filter add dev port00 ingress prio 2 protocol all basic match "
                          "'meta(vlan mask 0xe000 eq 0xa000)' action skbedit priority 1:3").status == 0,
-              board::kernel_has(board::Feature::BasicMatch) && board::kernel_has(board::Feature::SkbeditAction));
-    EXPECT_EQ(board::run(kVlanFiltering).status == 0,
-              board::kernel_has(board::Feature::BridgeVlanFiltering));
-}
-
-TEST_F(KernelFeatureTest, InsideTheVmNothingIsMissing)
-{
-    if (board::environment().rfind("VM", 0) != 0)
-        GTEST_SKIP() << "runs inside the VM only (" << board::environment() << ")";
-    const auto missing = board::missing_vm_feature();
-    EXPECT_FALSE(missing) << "the VM kernel lacks " << board::feature_name(*missing);
+              board::kernel_has(Feature::BasicMatch) && board::kernel_has(Feature::SkbeditAction));
+    EXPECT_EQ(board::run(kVlanFiltering).status == 0, board::kernel_has(Feature::BridgeVlanFiltering));
+    if (board::environment().rfind("VM", 0) == 0) {
+        const auto missing = board::missing_vm_feature();
+        EXPECT_FALSE(missing) << "the VM kernel lacks " << board::feature_name(*missing);
+    }
 }
 
 TEST_F(KernelFeatureTest, BridgeVlanMembershipSeparatesStations)

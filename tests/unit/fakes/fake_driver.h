@@ -1,36 +1,32 @@
 // A model of the board's port driver for the unit tests: per interface, the
 // ethtool state that SIOCETHTOOL requests read and write, and the effect of
-// the "ethtool -s" commands the library runs through the shell. Tests make
-// any request fail per interface and command.
+// the "ethtool -s" commands the library runs through the shell.
 #pragma once
 
 #include <cstdint>
 #include <linux/ethtool.h>
 #include <map>
-#include <mutex>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "fake_os.h"
+
 namespace fake {
 
-inline constexpr uint32_t kClearCountersCommand = 0x52;
-
 struct Port {
-    ethtool_cmd settings{};        // answers ETHTOOL_GSET, replaced by ETHTOOL_SSET
-    uint32_t link = 1;             // ETHTOOL_GLINK
-    ethtool_pauseparam pause{};    // ETHTOOL_GPAUSEPARAM / SPAUSEPARAM
-    uint32_t regdumpLen = 0;       // ETHTOOL_GDRVINFO's regdump_len
-    std::vector<uint32_t> dump;    // register dump served by ETHTOOL_GREGS
-    uint32_t dumpVersion = 7;
-    unsigned counterClears = 0;    // private command 0x52
-    uint32_t maxSpeed = 1000;      // "ethtool -s" with a higher speed is refused
-    std::set<uint32_t> failing;    // ethtool commands answered with EIO
+    ethtool_cmd settings{};      // answers ETHTOOL_GSET, replaced by ETHTOOL_SSET
+    uint32_t link = 1;           // ETHTOOL_GLINK
+    ethtool_pauseparam pause{};  // ETHTOOL_GPAUSEPARAM / SPAUSEPARAM
+    std::vector<uint32_t> dump;  // buffer words, header included; GREGS serves those after the header
+    unsigned counterClears = 0;  // private command 0x52
+    uint32_t maxSpeed = 1000;    // "ethtool -s" with a higher speed is refused
+    std::set<uint32_t> failing;  // ethtool commands answered with EIO
 };
 
 struct Driver {
-    std::recursive_mutex lock;
+    Lock lock;
     std::map<std::string, Port> ports;
     // Every SIOCETHTOOL received: interface name as sent, ethtool command.
     std::vector<std::pair<std::string, uint32_t>> requests;
@@ -50,8 +46,5 @@ void install_driver();
 // `dumpWords` words where word k (counted from the buffer start, header
 // included) holds tag << 16 | k, so a reader can tell whose dump it has.
 Port &add_port(const std::string &name, uint32_t tag, uint32_t dumpWords = 739);
-
-// Applies an "ethtool -s <name> ..." command; the shell status it would give.
-int run_ethtool(const std::string &command);
 
 }  // namespace fake

@@ -9,7 +9,6 @@
 #include <condition_variable>
 #include <cstring>
 #include <map>
-#include <mutex>
 
 #include "core/os.h"
 #include "fake_os.h"
@@ -17,15 +16,32 @@
 namespace fake {
 namespace {
 
-constexpr int kFirstFd = 5000;       // apart from the fake OS's sockets (1000 on)
+constexpr int kFirstFd = 5000;  // apart from the fake OS's sockets (1000 on)
 constexpr uint32_t kFirstPort = 4000;
 
-Netlink *g_netlink = new Netlink;  // never destroyed, like the fake OS
+Netlink *g_netlink = new Netlink;    // never destroyed, like the fake OS
 std::map<int, uint64_t> g_eventfds;  // fd -> counter
 int g_nextFd = kFirstFd;
 std::condition_variable_any g_changed;  // a datagram queued, an eventfd written, an fd closed
 
 std::recursive_mutex &lock() { return os().lock; }
+
+nlmsghdr header_of(const Bytes &b)
+{
+    nlmsghdr h{};
+    std::memcpy(&h, b.data(), std::min(b.size(), sizeof h));
+    return h;
+}
+
+// The open socket with that fd, or null with errno EBADF.
+NetlinkSocket *open_socket(int fd)
+{
+    NetlinkSocket *s = g_netlink->socket(fd);
+    if (s && s->open)
+        return s;
+    errno = EBADF;
+    return nullptr;
+}
 
 }  // namespace
 
@@ -41,7 +57,7 @@ void PrintTo(const Sent &m, std::ostream *out)
 
 void reset_netlink()
 {
-    std::lock_guard<std::recursive_mutex> guard(lock());
+    Guard guard(lock());
     *g_netlink = Netlink{};
     g_eventfds.clear();
     g_changed.notify_all();
@@ -51,7 +67,7 @@ bool close_netlink(int fd)
 {
     if (fd < kFirstFd)
         return false;
-    std::lock_guard<std::recursive_mutex> guard(lock());
+    Guard guard(lock());
     g_eventfds.erase(fd);
     if (NetlinkSocket *s = g_netlink->socket(fd)) {
         s->open = false;
@@ -63,23 +79,13 @@ bool close_netlink(int fd)
 
 NetlinkSocket *Netlink::socket(int fd)
 {
-    for (NetlinkSocket &s : sockets)
-        if (s.fd == fd)
-            return &s;
-    return nullptr;
-}
-
-NetlinkSocket *Netlink::bound(uint32_t port)
-{
-    for (NetlinkSocket &s : sockets)
-        if (s.open && s.port == port)
-            return &s;
-    return nullptr;
+    auto it = std::find_if(sockets.begin(), sockets.end(), [fd](auto &s) { return s.fd == fd; });
+    return it == sockets.end() ? nullptr : &*it;
 }
 
 bool Netlink::queue(int fd, Datagram datagram)
 {
-    std::lock_guard<std::recursive_mutex> guard(lock());
+    Guard guard(lock());
     NetlinkSocket *s = socket(fd);
     if (!s || !s->open)
         return false;
@@ -88,23 +94,9 @@ bool Netlink::queue(int fd, Datagram datagram)
     return true;
 }
 
-std::vector<Sent> Netlink::sent_of_type(uint16_t type) const
-{
-    std::vector<Sent> found;
-    for (const Sent &m : sent)
-        if (m.bytes.size() >= sizeof(nlmsghdr) && reinterpret_cast<const nlmsghdr *>(m.bytes.data())->nlmsg_type == type)
-            found.push_back(m);
-    return found;
-}
-
 Bytes message(uint16_t type, uint16_t flags, uint32_t seq, uint32_t port, const Bytes &payload)
 {
-    nlmsghdr hdr{};
-    hdr.nlmsg_len = static_cast<uint32_t>(NLMSG_LENGTH(payload.size()));
-    hdr.nlmsg_type = type;
-    hdr.nlmsg_flags = flags;
-    hdr.nlmsg_seq = seq;
-    hdr.nlmsg_pid = port;
+    const nlmsghdr hdr{static_cast<uint32_t>(NLMSG_LENGTH(payload.size())), type, flags, seq, port};
     Bytes b(reinterpret_cast<const uint8_t *>(&hdr), reinterpret_cast<const uint8_t *>(&hdr) + sizeof hdr);
     b.insert(b.end(), payload.begin(), payload.end());
     b.resize(NLMSG_ALIGN(b.size()));
@@ -113,8 +105,7 @@ Bytes message(uint16_t type, uint16_t flags, uint32_t seq, uint32_t port, const 
 
 Bytes ack(const Bytes &request, int error)
 {
-    nlmsghdr req{};
-    std::memcpy(&req, request.data(), std::min(request.size(), sizeof req));
+    const nlmsghdr req = header_of(request);
     Bytes payload(sizeof(int));
     std::memcpy(payload.data(), &error, sizeof error);
     payload.insert(payload.end(), request.begin(), request.begin() + std::min(request.size(), sizeof req));
@@ -131,10 +122,9 @@ Bytes join(std::initializer_list<Bytes> parts)
 
 void answer_with(std::function<std::vector<Datagram>(uint32_t seq, uint32_t port)> script)
 {
-    std::lock_guard<std::recursive_mutex> guard(lock());
+    Guard guard(lock());
     g_netlink->answer = [script](NetlinkSocket &from, const Sent &message) {
-        nlmsghdr hdr{};
-        std::memcpy(&hdr, message.bytes.data(), std::min(message.bytes.size(), sizeof hdr));
+        const nlmsghdr hdr = header_of(message.bytes);
         for (Datagram &d : script(hdr.nlmsg_seq, hdr.nlmsg_pid))
             from.inbox.push_back(std::move(d));
     };
@@ -144,49 +134,40 @@ void answer_with(std::function<std::vector<Datagram>(uint32_t seq, uint32_t port
 
 namespace hapi::os {
 
+using fake::Guard;
 using fake::netlink;
 
 int netlink_open(int protocol, uint32_t port, uint32_t groups, bool nonblocking)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
-    if (netlink().openErrno) {
-        errno = netlink().openErrno;
+    Guard guard(fake::lock());
+    auto &all = netlink().sockets;
+    int error = netlink().openErrno;
+    if (!error && port && std::any_of(all.begin(), all.end(), [port](auto &s) { return s.open && s.port == port; }))
+        error = EADDRINUSE;
+    if (error) {
+        errno = error;
         return -1;
     }
-    if (port != 0 && netlink().bound(port)) {
-        errno = EADDRINUSE;
-        return -1;
-    }
-    fake::NetlinkSocket s;
-    s.fd = fake::g_nextFd++;
-    s.protocol = protocol;
-    s.port = port ? port : fake::kFirstPort + static_cast<uint32_t>(netlink().sockets.size());
-    s.groups = groups;
-    s.nonblocking = nonblocking;
-    netlink().sockets.push_back(s);
-    return s.fd;
+    const uint32_t bound = port ? port : fake::kFirstPort + static_cast<uint32_t>(all.size());
+    return all.emplace_back(fake::NetlinkSocket{fake::g_nextFd++, protocol, bound, groups, nonblocking}).fd;
 }
 
 int netlink_local_port(int fd, uint32_t *port)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
-    const fake::NetlinkSocket *s = netlink().socket(fd);
-    if (!s || !s->open) {
-        errno = EBADF;
+    Guard guard(fake::lock());
+    const fake::NetlinkSocket *s = fake::open_socket(fd);
+    if (!s)
         return -1;
-    }
     *port = s->port;
     return 0;
 }
 
 ssize_t netlink_send(int fd, const void *bytes, size_t length, uint32_t port, uint32_t groups)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
-    fake::NetlinkSocket *s = netlink().socket(fd);
-    if (!s || !s->open) {
-        errno = EBADF;
+    Guard guard(fake::lock());
+    fake::NetlinkSocket *s = fake::open_socket(fd);
+    if (!s)
         return -1;
-    }
     if (netlink().sendErrno) {
         errno = netlink().sendErrno;
         return -1;
@@ -203,12 +184,10 @@ ssize_t netlink_send(int fd, const void *bytes, size_t length, uint32_t port, ui
 
 ssize_t netlink_receive(int fd, void *buffer, size_t size, uint32_t *sender, bool *truncated)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
-    fake::NetlinkSocket *s = netlink().socket(fd);
-    if (!s || !s->open) {
-        errno = EBADF;
+    Guard guard(fake::lock());
+    fake::NetlinkSocket *s = fake::open_socket(fd);
+    if (!s)
         return -1;
-    }
     if (s->inbox.empty()) {
         errno = EAGAIN;
         return -1;
@@ -229,14 +208,15 @@ int poll(struct pollfd *fds, nfds_t count, int timeout)
     auto ready = [&] {
         int n = 0;
         for (nfds_t i = 0; i < count; ++i) {
+            bool in = false;
             fds[i].revents = 0;
-            if (auto it = fake::g_eventfds.find(fds[i].fd); it != fake::g_eventfds.end()) {
-                fds[i].revents = it->second ? (fds[i].events & POLLIN) : 0;
-            } else if (const fake::NetlinkSocket *s = netlink().socket(fds[i].fd); s && s->open) {
-                fds[i].revents = s->inbox.empty() ? 0 : (fds[i].events & POLLIN);
-            } else {
+            if (auto it = fake::g_eventfds.find(fds[i].fd); it != fake::g_eventfds.end())
+                in = it->second != 0;
+            else if (const fake::NetlinkSocket *s = netlink().socket(fds[i].fd); s && s->open)
+                in = !s->inbox.empty();
+            else
                 fds[i].revents = POLLNVAL;
-            }
+            fds[i].revents |= in ? (fds[i].events & POLLIN) : 0;
             n += fds[i].revents != 0;
         }
         return n;
@@ -250,15 +230,14 @@ int poll(struct pollfd *fds, nfds_t count, int timeout)
 
 int eventfd(unsigned initial, int)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
-    const int fd = fake::g_nextFd++;
-    fake::g_eventfds[fd] = initial;
-    return fd;
+    Guard guard(fake::lock());
+    fake::g_eventfds[fake::g_nextFd] = initial;
+    return fake::g_nextFd++;
 }
 
 int eventfd_write(int fd, uint64_t value)
 {
-    std::lock_guard<std::recursive_mutex> guard(fake::lock());
+    Guard guard(fake::lock());
     auto it = fake::g_eventfds.find(fd);
     if (it == fake::g_eventfds.end()) {
         errno = EBADF;

@@ -1,7 +1,7 @@
 // In-process stand-in for the netlink side of the OS boundary: sockets that
 // record what is sent on them and hand out the datagrams a test queues, and
-// the eventfd and poll() a receive thread waits with. Nothing reaches a
-// kernel. Shares the fake OS's lock and is emptied by fake::reset().
+// the eventfd and poll() a receive thread waits with. Shares the fake OS's
+// lock and is emptied by fake::reset().
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,6 @@
 #include <functional>
 #include <initializer_list>
 #include <ostream>
-#include <string>
 #include <vector>
 
 namespace fake {
@@ -48,11 +47,8 @@ struct Netlink {
     std::function<void(NetlinkSocket &from, const Sent &message)> answer;
 
     NetlinkSocket *socket(int fd);
-    NetlinkSocket *bound(uint32_t port);  // the open socket bound to port
     // Queues a datagram for the socket with that fd; false when there is none.
     bool queue(int fd, Datagram datagram);
-    // Sent messages of one nlmsg_type.
-    std::vector<Sent> sent_of_type(uint16_t type) const;
 };
 
 void PrintTo(const Sent &m, std::ostream *out);

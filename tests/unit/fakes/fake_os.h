@@ -13,6 +13,14 @@
 
 namespace fake {
 
+// The fakes' lock: a reset by assignment leaves it as it is.
+struct Lock : std::recursive_mutex {
+    Lock() = default;
+    Lock(const Lock &) {}
+    Lock &operator=(const Lock &) { return *this; }
+};
+using Guard = std::lock_guard<std::recursive_mutex>;
+
 struct LogLine {
     int priority;
     std::string text;
@@ -29,7 +37,7 @@ struct Interface {
 };
 
 struct Os {
-    std::recursive_mutex lock;
+    Lock lock;
 
     // Shell: system() and popen() commands, in the order they ran.
     std::vector<std::string> commands;
@@ -54,22 +62,19 @@ struct Os {
         int domain, type, protocol;
     };
     std::vector<SocketCall> socketCalls;
-    // bind(): default success; the hook sees every call.
-    std::function<int(int fd, const sockaddr *address, socklen_t length)> bindHook;
+    std::function<int(int fd, const sockaddr *address, socklen_t length)> bindHook;  // default: success
     // Handles SIOCETHTOOL (and any request not modelled here); -1 with errno when unset.
     std::function<int(int fd, unsigned long request, void *arg)> ioctlHook;
 
     Interface *find(const std::string &name);
     Interface *find(unsigned index);
-    bool logged(const std::string &text) const;
+    bool logged(const std::string &text) const { return count_logs(text) > 0; }
     size_t count_logs(const std::string &text) const;
 };
 
 // The one instance; reset() restores a clean machine with no interfaces.
 Os &os();
 void reset();
-
-// Adds an interface with the given name and index.
 Interface &add_interface(const std::string &name, unsigned index);
 
 }  // namespace fake

@@ -4,10 +4,10 @@
 #include <array>
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <vector>
 
+#include "fake_os.h"
 #include "platform/vekfdbshadow.h"
 #include "platform/vekplatform.h"
 #include "veklog_items.h"
@@ -28,15 +28,15 @@ struct LedCall {
 };
 
 struct Platform {
-    std::recursive_mutex lock;
+    Lock lock;
     int physIntfCount = 4;
     std::array<unsigned char, 6> baseMac{0x02, 0x00, 0x00, 0x00, 0x00, 0x10};
-    std::map<int, int> uspToPhysical;  // usp port n -> physical; missing: conversion fails
-    std::map<int, uint32_t> portType;  // usp port -> platform type (default 0)
-    std::map<int, uint32_t> sfpSignal; // usp port -> signal detect
+    std::map<int, int> uspToPhysical{{1, 1}, {2, 2}, {3, 3}, {4, 4}};  // usp port -> physical; missing: fails
+    std::map<int, uint32_t> portType;   // usp port -> platform type (default 0)
+    std::map<int, uint32_t> sfpSignal;  // usp port -> signal detect
     int spiUpdateResult = 0;
     int sfpReadResult = 0;
-    int sfpReads = 0;                  // vekpf_SfpSignalDetectGet calls
+    int sfpReads = 0;  // vekpf_SfpSignalDetectGet calls
     uint32_t portCount = 4;
     int portCountResult = 0;
     int cacheInitResult = 0;
@@ -47,8 +47,6 @@ struct Platform {
     std::vector<LedCall> leds;
     int semaphoresCreated = 0;
     bool semaphoreCreateFails = false;
-
-    bool has_message(uint32_t id) const;
 };
 
 Platform &platform();

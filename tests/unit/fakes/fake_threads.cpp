@@ -2,8 +2,8 @@
 
 #include <atomic>
 #include <cerrno>
-#include <ctime>
 #include <condition_variable>
+#include <ctime>
 #include <list>
 #include <memory>
 #include <mutex>
@@ -39,16 +39,22 @@ unsigned long g_nextRecorded = 0;  // handles of recorded starts: 1, 2, ... neve
 thread_local bool t_owned = false;
 thread_local bool t_permitted = false;
 
+// Lets the thread that holds it start real threads.
+struct Permit {
+    bool previous = t_permitted;
+    Permit() { t_permitted = true; }
+    ~Permit() { t_permitted = previous; }
+};
+
 void *run_owned(void *raw)
 {
-    const Trampoline t = *static_cast<Trampoline *>(raw);
-    delete static_cast<Trampoline *>(raw);
+    const std::unique_ptr<Trampoline> t(static_cast<Trampoline *>(raw));
     t_owned = true;
-    return t.entry(t.argument);
+    return t->entry(t->argument);
 }
 
 // Joins an owned thread unless someone else claimed it; then waits for that join.
-void join_owned(const std::shared_ptr<Owned> &o, std::unique_lock<std::mutex> &guard)
+void join_owned(std::shared_ptr<Owned> o, std::unique_lock<std::mutex> &guard)
 {
     if (o->claimed) {
         g_ownedChanged.wait(guard, [&o] { return o->joined; });
@@ -73,7 +79,7 @@ void stop_threads()
     g_ownedChanged.notify_all();
     // Threads started meanwhile are appended and joined too.
     for (auto it = g_owned.begin(); it != g_owned.end(); ++it)
-        join_owned(std::shared_ptr<Owned>(*it), guard);
+        join_owned(*it, guard);
     g_owned.clear();
     g_stopping = false;
 }
@@ -81,11 +87,8 @@ void stop_threads()
 void reset_threads()
 {
     stop_threads();
-    std::lock_guard guard(os().lock);
-    g_threads->started.clear();
-    g_threads->real = false;
-    g_threads->startResult = 0;
-    g_threads->passes = 0;
+    Guard guard(os().lock);
+    *g_threads = Threads{};
 }
 
 bool stopping_this_thread() { return t_owned && g_stopping; }
@@ -99,9 +102,13 @@ void sleep_unless_stopped(std::chrono::milliseconds duration)
     g_ownedChanged.wait_for(guard, duration, [] { return g_stopping.load(); });
 }
 
-ThreadStartPermit::ThreadStartPermit() : previous_(t_permitted) { t_permitted = true; }
-ThreadStartPermit::~ThreadStartPermit() { t_permitted = previous_; }
 bool thread_start_permitted() { return t_permitted; }
+
+TestThread::TestThread(std::function<void()> body)
+{
+    Permit permit;
+    thread_ = std::thread(std::move(body));
+}
 
 }  // namespace fake
 
@@ -112,7 +119,7 @@ using fake::g_threads;
 int thread_start(pthread_t *thread, void *(*entry)(void *), void *argument, bool detached)
 {
     {
-        std::lock_guard guard(fake::os().lock);
+        fake::Guard guard(fake::os().lock);
         if (g_threads->startResult != 0)
             return g_threads->startResult;
         g_threads->started.push_back({entry, argument, detached});
@@ -127,7 +134,7 @@ int thread_start(pthread_t *thread, void *(*entry)(void *), void *argument, bool
     pthread_t handle;
     int r;
     {
-        fake::ThreadStartPermit permit;
+        fake::Permit permit;
         r = pthread_create(&handle, nullptr, fake::run_owned, t);
     }
     if (r != 0) {
@@ -146,8 +153,8 @@ int thread_join(pthread_t thread)
     std::unique_lock guard(fake::g_ownedLock);
     for (const auto &o : fake::g_owned)
         if (pthread_equal(o->handle, thread)) {
-            fake::join_owned(std::shared_ptr<fake::Owned>(o), guard);
-            return 0;
+            fake::join_owned(o, guard);
+            break;
         }
     return 0;  // a recorded start: nothing ran
 }
@@ -159,11 +166,8 @@ bool thread_keep_running()
 {
     if (fake::t_owned)
         return !fake::g_stopping;
-    std::lock_guard guard(fake::os().lock);
-    if (g_threads->passes <= 0)
-        return false;
-    --g_threads->passes;
-    return true;
+    fake::Guard guard(fake::os().lock);
+    return g_threads->passes > 0 && g_threads->passes-- > 0;
 }
 
 int thread_wait(pthread_cond_t *cond, pthread_mutex_t *mutex)
@@ -171,11 +175,9 @@ int thread_wait(pthread_cond_t *cond, pthread_mutex_t *mutex)
     // Short, so that a stopping thread sees thread_keep_running() soon.
     timespec until;
     clock_gettime(CLOCK_REALTIME, &until);
-    until.tv_nsec += 5'000'000;
-    if (until.tv_nsec >= 1'000'000'000) {
-        until.tv_nsec -= 1'000'000'000;
-        ++until.tv_sec;
-    }
+    const long ns = until.tv_nsec + 5'000'000;
+    until.tv_sec += ns / 1'000'000'000;
+    until.tv_nsec = ns % 1'000'000'000;
     const int r = pthread_cond_timedwait(cond, mutex, &until);
     return r == ETIMEDOUT ? 0 : r;
 }

@@ -6,8 +6,8 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace fake {
@@ -36,32 +36,15 @@ void stop_threads();
 bool stopping_this_thread();
 void sleep_unless_stopped(std::chrono::milliseconds duration);
 
-// While one exists on a thread, that thread may start real threads: the
-// unit-test binary refuses every other pthread_create.
-class ThreadStartPermit {
-public:
-    ThreadStartPermit();
-    ~ThreadStartPermit();
-    ThreadStartPermit(const ThreadStartPermit &) = delete;
-    ThreadStartPermit &operator=(const ThreadStartPermit &) = delete;
-
-private:
-    bool previous_;
-};
+// Whether this thread may start real threads: the unit-test binary refuses
+// every other pthread_create.
 bool thread_start_permitted();
 
 // The thread a test starts for itself; joined at the latest when it goes.
 class TestThread {
 public:
-    template <class F>
-    explicit TestThread(F &&body)
-    {
-        ThreadStartPermit permit;
-        thread_ = std::thread(std::forward<F>(body));
-    }
+    explicit TestThread(std::function<void()> body);
     ~TestThread() { join(); }
-    TestThread(const TestThread &) = delete;
-    TestThread &operator=(const TestThread &) = delete;
     void join()
     {
         if (thread_.joinable())
