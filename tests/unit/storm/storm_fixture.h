@@ -77,7 +77,7 @@ private:
     static void clean_module()
     {
         using namespace hapi::storm;
-        static std::vector<VEK_SEM_ID> retired;
+        static auto &retired = *new std::vector<VEK_SEM_ID>;  // never destroyed: reachable at exit
         for (VEK_SEM_ID *sem : {&storm_ctl_mutex, &storm_ctl_task_sem})
             if (*sem)
                 retired.push_back(std::exchange(*sem, nullptr));
